@@ -1,0 +1,12 @@
+/// @file KelImageLib.h
+/// All public headers of KelImageLib: image processing for document and bank-bill scanning.
+#ifndef KELIMAGELIB_H
+#define KELIMAGELIB_H
+
+#include "kel_ImageBasicProcess.h"
+#include "kel_ImageStorage.h"
+#include "kel_cv.h"
+#include "kel_debug.h"
+#include "kel_define.h"
+
+#endif  // KELIMAGELIB_H

@@ -1,0 +1,160 @@
+/// @file kel_ImageBasicProcess.h
+/// Basic processing of channel images: files through OpenCV, copy and crop, colour conversion,
+/// thresholds and the binarization dispatcher.
+///
+/// All functions run on the caller's thread and may run at once on different images. Pointers are
+/// not checked. Rectangles are OpenCV's `CvRect`.
+#ifndef KEL_IMAGEBASICPROCESS_H
+#define KEL_IMAGEBASICPROCESS_H
+
+#include <opencv2/core/types_c.h>
+
+#include "kel_define.h"
+
+/// @name Files through OpenCV
+/// @{
+
+/// Reads an image file with `cv::imread(name, flags)`.
+/// @param dst   first set to null; then a new buffer of width*height*channels bytes, given back
+/// with
+///              Kel_ReleaseImage()
+/// @param channels first set to 0. An image that is neither grey nor three-channel (possible with
+///              flags -1) gives a buffer without meaning.
+/// @param flags OpenCV's `ImreadModes`, passed on unchanged
+/// @return 0, or -1 when nothing was read
+/// @throws std::logic_error for a null name
+KEL_API int KelLoadImageFiles(const char* name, int* width, int* height, unsigned char** dst,
+                              int* channels, int flags);
+
+/// Writes a channel image with `cv::imwrite`; the name's extension selects the format.
+/// @param channels 3 writes a colour image, any other value a grey one from the first plane
+/// @return 0, always; a file that could not be written is not reported
+/// @throws std::logic_error for a null name; OpenCV's own errors pass through
+KEL_API int KelSaveImage(unsigned char* image, int channels, kelSize size, const char* name);
+
+/// @}
+/// @name Copy and crop
+/// The target's rows and planes are laid out by the target's own size. A refused call changes no
+/// sample. Source and target must not overlap.
+/// @{
+
+/// Copies an image into the top left corner of another, plane by plane.
+/// @return 0, or -1 when the source is wider or higher than the target or the channel counts differ
+KEL_API int KelCopyImage(unsigned char* src, kelSize srcSize, int srcChannels, unsigned char* dst,
+                         kelSize dstSize, int dstChannels);
+
+/// Moves one plane between a three-channel image and a one-plane image.
+/// @param fromColour non-zero: the named plane of `src` goes to `dst`; 0: `src` goes to the named
+///                   plane of `dst`
+/// @param channel    'R', 'G' or 'B' (capitals only)
+/// @return 0; -1 for another `channel`, or when the colour side hasn't 3 channels; -2 when the
+///         source is wider or higher than the target
+KEL_API int KelCopyImage1Channel(unsigned char* src, kelSize srcSize, int srcChannels,
+                                 unsigned char* dst, kelSize dstSize, int dstChannels,
+                                 unsigned char fromColour, char channel);
+
+/// Cuts a rectangle out of the source into the top left corner of the target.
+/// @param channels 1 or 3; any other count copies nothing
+/// @param rect     repaired and written back: a negative origin moves to 0 with the size kept, and
+///                 what overruns the source is trimmed
+/// @return 0; -1 when the rectangle as given is wider or higher than the target; -2 when its origin
+///         is at or beyond the source's far edges or its size is below 1
+KEL_API int KelCopySubImage(unsigned char* src, kelSize srcSize, unsigned char* dst,
+                            kelSize dstSize, int channels, CvRect* rect);
+
+/// Pastes the whole source into the target at column x, row y.
+/// @return 0, or -1 when the source does not fit there
+KEL_API int KelCopyImageClip(unsigned char* src, kelSize srcSize, unsigned char* dst,
+                             kelSize dstSize, int channels, int x, int y);
+
+/// Repairs a rectangle against a channel image; the rules and results of
+/// Kel_cvSetImageROI_Protect(), but a width or height below 1 is refused.
+KEL_API int KelSegImageProtect1(kelSize size, CvRect* rect, int mode);
+
+/// Paints a border of one pixel into every plane. Of an image of 1 or 2 rows only the first row is
+/// painted.
+KEL_API void SetBorder(unsigned char* image, kelSize size, int channels, unsigned char value);
+
+/// @}
+/// @name Colour conversion and fixed thresholds
+/// @{
+
+/// Converts between 1 and 3 planes.
+///
+/// | from | to | result                                                                         |
+/// |------|----|--------------------------------------------------------------------------------|
+/// | 1    | 1  | copy into the top left corner of the target plane                              |
+/// | 3    | 3  | the same for three planes                                                      |
+/// | 3    | 1  | luminance (0.299 R + 0.587 G) + 0.114 B in double precision, truncated; packed |
+/// |      |    | with the *source* width as row stride, whatever the target's size              |
+/// | 1    | 3  | the plane three times, into the top left corners                               |
+///
+/// For 3 to 1 the target may be one of the source planes.
+/// @return 0; -1 when the target is narrower or lower than the source; -2 when a plane count is
+///         neither 1 nor 3
+KEL_API int KelColorConvert(unsigned char* src, kelSize srcSize, int srcChannels,
+                            unsigned char* dst, kelSize dstSize, int dstChannels);
+
+/// Binarizes a plane: a sample greater than `thres` becomes 255 and any other 0, or the reverse
+/// when `isOpp` is not 0.
+/// @param dst   width*height bytes; may be `src`
+/// @param thres compared as it is: below 0 every sample is greater, from 255 on none
+KEL_API void KelBinarizeThreshold(unsigned char* src, unsigned char* dst, kelSize size, int thres,
+                                  unsigned char isOpp);
+
+/// KelBinarizeThreshold() on three planes, each with a threshold of its own.
+/// @param dst      three planes; may be `src`
+/// @param reserved not read
+KEL_API void KelBinarizeThreshold3(unsigned char* src, unsigned char* dst, kelSize size,
+                                   int reserved, int thres0, int thres1, int thres2,
+                                   unsigned char isOpp);
+
+/// @}
+/// @name Binarization dispatcher
+/// @{
+
+/// Method numbers of KelBinarizeImage(). Numbers outside 1 to 6 act as `KEL_BIN_METHOD_AUTO`.
+enum {
+    KEL_BIN_METHOD_DEFAULT = 0,          ///< as KEL_BIN_METHOD_AUTO
+    KEL_BIN_METHOD_FIXED = 1,            ///< `thres` is the threshold
+    KEL_BIN_METHOD_AUTO = 2,             ///< the page's own estimate plus `thres`
+    KEL_BIN_METHOD_ADAPTIVE = 3,         ///< local Gaussian mean, `block_size` wide, minus `param1`
+    KEL_BIN_METHOD_ADAPTIVE_ALT = 4,     ///< the same image as method 3
+    KEL_BIN_METHOD_ADAPTIVE_SMOOTH = 5,  ///< the same image as method 3
+    KEL_BIN_METHOD_AUTO_CLAMPED = 6      ///< as 2, not below `block_size`, not above `param1`
+};
+
+/// Turns a channel image into a binary image.
+///
+/// Methods 0, 1, 2 and 6 compare the grey plane (KelColorConvert()) with one threshold, polarity as
+/// in KelBinarizeThreshold(). Methods 3, 4 and 5 compare each sample with the Gaussian-weighted
+/// mean around it (OpenCV's adaptive threshold); their polarity is the opposite one: with `isOpp` 0
+/// a sample above its local threshold becomes 0. On an image with a side of 3 pixels or less,
+/// methods 0, 2 and 6 use the fixed threshold 128.
+/// @param channels   1 or 3
+/// @param dst        width*height bytes; may be `src` when `channels` is 1
+/// @param isOpp      0, or 1 for the reverse polarity
+/// @param method     one of the numbers above
+/// @param thres      methods 1, 2, 6: see the numbers above
+/// @param block_size methods 3 to 5: odd window side, at least 3. Method 6: lower clamp, unless 0
+/// @param param1     methods 3 to 5: subtracted from the mean. Method 6: upper clamp, unless 0; it
+///                   wins over the lower one
+/// @return 0, or -1 when `channels` is neither 1 nor 3 (`dst` is then untouched)
+/// @throws cv::Exception from methods 3 to 5, for a block size that OpenCV refuses
+KEL_API int KelBinarizeImage(unsigned char* src, int channels, unsigned char* dst, kelSize size,
+                             unsigned char isOpp, int method, int thres, int block_size,
+                             int param1);
+
+/// Estimates a global threshold: a two-dimensional Otsu search over the joint histogram of each
+/// interior sample and the mean of its 3 by 3 neighbourhood.
+///
+/// After J. Liu, W. Li and Y. Tian, "Automatic thresholding of gray-level pictures using
+/// two-dimension Otsu method", 1991. The row term and the search range differ from the paper.
+/// @param src   one grey plane
+/// @param guide null, or a plane of the same size that takes the place of the neighbourhood means
+/// @return the threshold, 0 to 255; 190 when nothing splits or there is no interior
+KEL_API int KelAutoThresholdValue3(unsigned char* src, unsigned char* guide, kelSize size);
+
+/// @}
+
+#endif  // KEL_IMAGEBASICPROCESS_H

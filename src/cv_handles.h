@@ -1,0 +1,29 @@
+// Owning handles for OpenCV's legacy objects, and matrix headers over planes.
+#pragma once
+
+#include <opencv2/core/core_c.h>
+#include <opencv2/core.hpp>
+
+#include <memory>
+
+#include "kel_define.h"
+
+namespace kel::detail {
+
+struct IplImageRelease {
+    void operator()(IplImage* image) const { cvReleaseImage(&image); }
+};
+
+/// An `IplImage` that is released with its handle.
+using IplImageHandle = std::unique_ptr<IplImage, IplImageRelease>;
+
+inline IplImageHandle makeIplImage(int width, int height, int channels) {
+    return IplImageHandle(cvCreateImage(cvSize(width, height), IPL_DEPTH_8U, channels));
+}
+
+/// A header over one plane of a channel image; no copy, nothing owned.
+inline cv::Mat planeMat(unsigned char* plane, kelSize size) {
+    return cv::Mat(size.height, size.width, CV_8UC1, plane, static_cast<size_t>(size.width));
+}
+
+}  // namespace kel::detail

@@ -1,0 +1,48 @@
+#include "highgui_module.h"
+
+#include <dlfcn.h>
+
+#include <cstdio>
+#include <stdexcept>
+
+namespace kel::detail {
+namespace {
+
+const HighguiModule* loadModule() {
+    // Found beside libKelImageLib through its run path. Never unloaded: the codecs behind it keep
+    // state of their own.
+    void* handle = dlopen(KEL_HIGHGUI_MODULE_FILE, RTLD_NOW | RTLD_LOCAL);
+    if (!handle) return nullptr;
+    using Entry = const HighguiModule* (*)();
+    const auto entry = reinterpret_cast<Entry>(dlsym(handle, kHighguiModuleEntry));
+    const HighguiModule* module = entry ? entry() : nullptr;
+    return module && module->version == kHighguiModuleVersion ? module : nullptr;
+}
+
+}  // namespace
+
+const HighguiModule* highguiModule() {
+    static const HighguiModule* const module = loadModule();
+    return module;
+}
+
+cv::Mat readImageFile(const std::string& name, int flags) {
+    const HighguiModule* module = highguiModule();
+    return module ? module->read(name, flags) : cv::Mat();
+}
+
+void writeImageFile(const std::string& name, const cv::Mat& image) {
+    if (const HighguiModule* module = highguiModule()) {
+        module->write(name, image);
+        return;
+    }
+    std::fprintf(stderr, "KelImageLib: cannot write %s: %s is missing\n", name.c_str(),
+                 KEL_HIGHGUI_MODULE_FILE);
+}
+
+std::string fileName(const char* name) {
+    if (!name) throw std::logic_error("basic_string::_M_construct null not valid");
+    return name;
+}
+
+}  // namespace kel::detail

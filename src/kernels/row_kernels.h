@@ -1,0 +1,52 @@
+// Row kernels: the loops that run over whole pages, built once per instruction set level.
+//
+// row_kernels_body.h holds the loops; one small file per level compiles them into a namespace and a
+// table of its own; row_kernels.cpp alone chooses among the tables. Every level gives the same
+// bytes.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace kel::detail {
+
+enum class CpuLevel { plain, avx2, best = avx2 };
+
+/// The kernels of one level. `count` is in samples (pixels); any value from 0 on.
+struct RowKernels {
+    const char* level;
+
+    /// Splits B, G, R pixels into planes. No overlap.
+    void (*deinterleaveBgr)(const uint8_t* bgr, uint8_t* r, uint8_t* g, uint8_t* b, size_t count);
+
+    /// Merges planes into B, G, R pixels. No overlap.
+    void (*interleaveBgr)(const uint8_t* r, const uint8_t* g, const uint8_t* b, uint8_t* bgr,
+                          size_t count);
+
+    /// (0.299 r + 0.587 g) + 0.114 b in double precision, truncated. `out` may overlap the inputs
+    /// in any way; the result is that of a loop over single samples.
+    void (*luminance)(const uint8_t* r, const uint8_t* g, const uint8_t* b, uint8_t* out,
+                      size_t count);
+
+    /// OpenCV's 8-bit BGR2GRAY: 15-bit integer weights, rounded. No overlap.
+    void (*greyOfBgr)(const uint8_t* r, const uint8_t* g, const uint8_t* b, uint8_t* out,
+                      size_t count);
+
+    /// `whenAbove` where a sample exceeds `level`, its complement elsewhere. Overlap as luminance.
+    void (*threshold)(const uint8_t* in, uint8_t* out, size_t count, uint8_t level,
+                      uint8_t whenAbove);
+
+    /// sample * 256 + mean of the 3 by 3 window, truncated, for `count` positions. The three row
+    /// pointers aim at the sample left of the first position. No overlap.
+    void (*sampleMeanCells)(const uint8_t* above, const uint8_t* centre, const uint8_t* below,
+                            uint16_t* cells, size_t count);
+};
+
+/// The kernels of the best level that the processor has and that is not above `atMost` or the
+/// limit.
+const RowKernels& rowKernels(CpuLevel atMost = CpuLevel::best);
+
+/// Sets the limit for the whole process: a hook for tests and benchmarks.
+void limitCpuLevel(CpuLevel atMost);
+
+}  // namespace kel::detail

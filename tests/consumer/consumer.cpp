@@ -1,0 +1,25 @@
+// Takes a page through the installed library: save, load, binarize.
+#include <KelImageLib.h>
+
+#include <cstdio>
+#include <vector>
+
+int main(int argc, char** argv) {
+    if (argc != 2) return 2;
+    const kelSize size = {32, 20};
+    std::vector<unsigned char> page(32 * 20, 220);
+    for (size_t i = 200; i < 300; ++i)
+        page[i] = 30;
+    KelSaveImage(page.data(), 1, size, argv[1]);
+
+    int width = 0, height = 0, channels = 0;
+    unsigned char* loaded = nullptr;
+    if (KelLoadUserImage(argv[1], &loaded, &width, &height, &channels) != 0) return 1;
+    std::vector<unsigned char> binary(page.size());
+    const int result =
+        KelBinarizeImage(loaded, channels, binary.data(), size, 0, KEL_BIN_METHOD_AUTO, 0, 0, 0);
+    Kel_ReleaseImage(loaded);
+    const bool good = result == 0 && binary[0] == 255 && binary[250] == 0;
+    std::printf("%dx%d, %d planes: %s\n", width, height, channels, good ? "good" : "wrong");
+    return good ? 0 : 1;
+}

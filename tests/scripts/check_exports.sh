@@ -1,0 +1,16 @@
+#!/usr/bin/env bash
+# Compares the names that the library exports with the list beside it.
+# Usage: check_exports.sh LIBRARY LIST
+set -euo pipefail
+library=$1
+list=$2
+# Weak symbols are templates and type information that the compiler emits where it likes; names with
+# a leading underscore are the linker's and the sanitizers'.
+exported=$(nm -DC --defined-only "$library" | awk '$2 !~ /^[VWuw]$/ { $1 = $2 = ""; print substr($0, 3) }' |
+           grep -v '^_' | LC_ALL=C sort -u)
+if diff <(LC_ALL=C sort -u "$list") <(printf '%s\n' "$exported"); then
+  echo "$(printf '%s\n' "$exported" | wc -l) exported names, as listed"
+else
+  echo "The exported names differ from $list (< listed, > exported)" >&2
+  exit 1
+fi

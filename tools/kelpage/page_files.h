@@ -1,0 +1,62 @@
+// Pages in memory, and the files they come from and go to.
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "kel_ImageStorage.h"
+
+namespace kelpage {
+
+namespace fs = std::filesystem;
+
+/// What is wrong with a file, in one line without its name.
+class FileError : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+struct ReleaseSamples {
+    void operator()(unsigned char* samples) const { Kel_ReleaseImage(samples); }
+};
+
+/// A channel image of 1 or 3 planes with its samples.
+struct Page {
+    kelSize size{};
+    int channels = 0;
+    std::unique_ptr<unsigned char[], ReleaseSamples> samples;
+
+    size_t planeBytes() const {
+        return static_cast<size_t>(size.width) * static_cast<size_t>(size.height);
+    }
+};
+
+/// A page with room for `channels` planes.
+Page makePage(kelSize size, int channels);
+
+/// Reads an image file: grey files as one plane, others as three.
+/// @throws FileError
+Page loadPage(const fs::path& file);
+
+/// Writes a page as the extension of `file` says. The file appears whole or not at all.
+/// @throws FileError
+void savePage(const Page& page, const fs::path& file);
+
+/// The files that the arguments name: a folder stands for the image files in it, by name.
+std::vector<fs::path> collectFiles(const std::vector<std::string>& arguments);
+
+/// A name for each file's result in `folder`, without repetition: "page.png", or "page.jpg.png"
+/// where two inputs share a stem.
+std::vector<fs::path> resultNames(const std::vector<fs::path>& files, const fs::path& folder);
+
+/// Makes a folder with its parents.
+/// @throws FileError
+void makeFolder(const fs::path& folder);
+
+/// "kelpage: FILE: TEXT" on standard error.
+void reportError(const fs::path& file, const std::string& text);
+
+}  // namespace kelpage
