@@ -31,28 +31,50 @@ PixelView viewOf(const IplImage& image) {
             image.nChannels};
 }
 
+/// Runs of pixels to walk: the rows, or one run where the rows have no padding.
+struct PixelRuns {
+    explicit PixelRuns(const PixelView& pixels)
+        : count(pixels.size.height),
+          length(pixels.size.width),
+          stream(planeStep(pixels.size) >= kStreamedPixels) {
+        if (pixels.strideBytes != ptrdiff_t{pixels.size.width} * pixels.channels) return;
+        length = planeStep(pixels.size);
+        count = 1;
+    }
+
+    /// From here on neither side stays in the cache that the next step would read it from.
+    static constexpr ptrdiff_t kStreamedPixels = 1 << 20;
+
+    int count;
+    ptrdiff_t length;
+    bool stream;
+};
+
 void pixelsToPlanes(const PixelView& pixels, unsigned char* image) {
     if (pixels.channels == 1)
         return copyPlane({pixels.data, pixels.size.width, pixels.size.height, pixels.strideBytes},
                          planeOf(image, pixels.size, 0));
     const RowKernels& kernels = rowKernels();
-    const PlaneView r = planeOf(image, pixels.size, 0);
-    const PlaneView g = planeOf(image, pixels.size, 1);
-    const PlaneView b = planeOf(image, pixels.size, 2);
-    for (int y = 0; y < pixels.size.height; ++y)
-        kernels.deinterleaveBgr(pixels.row(y), r.row(y), g.row(y), b.row(y),
-                                static_cast<size_t>(pixels.size.width));
+    const ptrdiff_t plane = planeStep(pixels.size);
+    const PixelRuns runs(pixels);
+    for (int i = 0; i < runs.count; ++i) {
+        unsigned char* red = image + i * runs.length;
+        kernels.deinterleaveBgr(pixels.row(i), red, red + plane, red + 2 * plane,
+                                static_cast<size_t>(runs.length), runs.stream);
+    }
 }
 
 void planesToPixels(const unsigned char* image, const PixelView& pixels) {
-    const ConstPlaneView r = constPlaneOf(image, pixels.size, 0);
-    if (pixels.channels == 1) return copyPlane(r, pixels.asPlane());
+    if (pixels.channels == 1)
+        return copyPlane(constPlaneOf(image, pixels.size, 0), pixels.asPlane());
     const RowKernels& kernels = rowKernels();
-    const ConstPlaneView g = constPlaneOf(image, pixels.size, 1);
-    const ConstPlaneView b = constPlaneOf(image, pixels.size, 2);
-    for (int y = 0; y < pixels.size.height; ++y)
-        kernels.interleaveBgr(r.row(y), g.row(y), b.row(y), pixels.row(y),
-                              static_cast<size_t>(pixels.size.width));
+    const ptrdiff_t plane = planeStep(pixels.size);
+    const PixelRuns runs(pixels);
+    for (int i = 0; i < runs.count; ++i) {
+        const unsigned char* red = image + i * runs.length;
+        kernels.interleaveBgr(red, red + plane, red + 2 * plane, pixels.row(i),
+                              static_cast<size_t>(runs.length), runs.stream);
+    }
 }
 
 bool isBridged(int channels) {

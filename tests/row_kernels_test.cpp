@@ -52,9 +52,9 @@ TEST_P(Levels, EveryWidthAndStart) {
 
         Guarded planes[3] = {Guarded(n), Guarded(n), Guarded(n)};
         kernels().deinterleaveBgr(pixels.data() + start, planes[0].data(), planes[1].data(),
-                                  planes[2].data(), n);
+                                  planes[2].data(), n, n % 2 == 0);
         Guarded merged(3 * n), grey(n), cvGrey(n), binary(n);
-        kernels().interleaveBgr(rp, gp, bp, merged.data(), n);
+        kernels().interleaveBgr(rp, gp, bp, merged.data(), n, n % 2 == 0);
         kernels().luminance(rp, gp, bp, grey.data(), n);
         kernels().greyOfBgr(rp, gp, bp, cvGrey.data(), n);
         kernels().threshold(rp, binary.data(), n, 100, 0);

@@ -16,12 +16,14 @@ enum class CpuLevel { plain, avx2, best = avx2 };
 struct RowKernels {
     const char* level;
 
-    /// Splits B, G, R pixels into planes. No overlap.
-    void (*deinterleaveBgr)(const uint8_t* bgr, uint8_t* r, uint8_t* g, uint8_t* b, size_t count);
+    /// Splits B, G, R pixels into planes. No overlap. `stream` is for images that no cache holds:
+    /// where the addresses allow it, the planes are written past the caches.
+    void (*deinterleaveBgr)(const uint8_t* bgr, uint8_t* r, uint8_t* g, uint8_t* b, size_t count,
+                            bool stream);
 
-    /// Merges planes into B, G, R pixels. No overlap.
+    /// Merges planes into B, G, R pixels. No overlap. `stream` as above.
     void (*interleaveBgr)(const uint8_t* r, const uint8_t* g, const uint8_t* b, uint8_t* bgr,
-                          size_t count);
+                          size_t count, bool stream);
 
     /// (0.299 r + 0.587 g) + 0.114 b in double precision, truncated. `out` may overlap the inputs
     /// in any way; the result is that of a loop over single samples.

@@ -1,0 +1,35 @@
+// The table of benchmarks: each row is one operation of ours beside its peer, on one page.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace bench {
+
+/// A call to time. It runs on buffers that outlive it.
+using Call = std::function<void()>;
+
+/// One timed line of the table.
+struct Row {
+    std::string operation;
+    std::string page;
+    Call ours;
+    std::string peerName;
+    Call peer;
+    double bar;                   ///< ours is to take at most this many times the peer's time
+    std::function<bool()> equal;  ///< compares our result with a plain form; run before timing
+};
+
+/// Adds a row; called by the files of each subject.
+void addRow(Row row);
+
+/// Every row, in the order of adding.
+const std::vector<Row>& rows();
+
+/// Fill the table. One function a subject, called once by main.
+void addCopyRows();
+void addBridgeRows();
+void addBinarizeRows();
+
+}  // namespace bench
