@@ -8,10 +8,20 @@
 namespace kel::detail {
 namespace {
 
+/// The folder of the library itself, with a slash at its end; empty if it cannot be told.
+std::string ownFolder() {
+    static const char anchor = 0;
+    Dl_info info{};
+    if (!dladdr(&anchor, &info) || !info.dli_fname) return {};
+    const std::string file = info.dli_fname;
+    return file.substr(0, file.rfind('/') + 1);
+}
+
 const HighguiModule* loadModule() {
-    // Found beside libKelImageLib through its run path. Never unloaded: the codecs behind it keep
-    // state of their own.
-    void* handle = dlopen(KEL_HIGHGUI_MODULE_FILE, RTLD_NOW | RTLD_LOCAL);
+    // Beside the library first, then wherever the loader looks. Never unloaded: the codecs behind
+    // it keep state of their own.
+    void* handle = dlopen((ownFolder() + KEL_HIGHGUI_MODULE_FILE).c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (!handle) handle = dlopen(KEL_HIGHGUI_MODULE_FILE, RTLD_NOW | RTLD_LOCAL);
     if (!handle) return nullptr;
     using Entry = const HighguiModule* (*)();
     const auto entry = reinterpret_cast<Entry>(dlsym(handle, kHighguiModuleEntry));

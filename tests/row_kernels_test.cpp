@@ -13,6 +13,14 @@ using namespace kel::detail;
 using test::Bytes;
 using test::Guarded;
 
+namespace kel::detail {
+
+void PrintTo(CpuLevel level, std::ostream* out) {
+    *out << (level == CpuLevel::plain ? "plain" : "avx2");
+}
+
+}  // namespace kel::detail
+
 namespace {
 
 class Levels : public ::testing::TestWithParam<CpuLevel> {
