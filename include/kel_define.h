@@ -60,7 +60,7 @@ class KEL_API kelRGBPoint {
     kelRGBPoint(unsigned char* red, unsigned char* green, unsigned char* blue);
     kelRGBPoint(const kelRGBPoint&) = default;
     kelRGBPoint& operator=(const kelRGBPoint&) = default;
-    ~kelRGBPoint();
+    ~kelRGBPoint();  // NOLINT(performance-trivially-destructible): an exported member
 
     /// Aims the cursor at three samples.
     void Copy(unsigned char* red, unsigned char* green, unsigned char* blue);

@@ -148,7 +148,8 @@ double separation(const ClassSums& a, const ClassSums& b, const ClassSums& all, 
     const double mBj = b.columnValue() / wB;
     const double mTi = all.rowValue() / count;
     const double mTj = all.columnValue() / count;
-    const double mTiInt = static_cast<int32_t>(all.rowSum) / pixels;
+    const int32_t truncatedMean = static_cast<int32_t>(all.rowSum) / pixels;
+    const double mTiInt = truncatedMean;
     return (wA * ((mAi - mTiInt) * (mAi - mTi) + (mAj - mTj) * (mAj - mTj)) +
             wB * ((mBi - mTi) * (mBi - mTi) + (mBj - mTj) * (mBj - mTj))) /
            count;

@@ -21,6 +21,7 @@ void kelRGBPoint::Ini(unsigned char* base, int planeSize) {
     Copy(base, base + step, base + 2 * step);
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): part of the interface
 void kelRGBPoint::setOff(kelRGBPoint from, int offR, int offG, int offB) {
     Copy(from.red_ + offR, from.green_ + offG, from.blue_ + offB);
 }
@@ -44,6 +45,7 @@ void kelRGBPoint::setValue(unsigned char r, unsigned char g, unsigned char b) {
     *blue_ = b;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): part of the interface
 void kelRGBPoint::CopyValue(kelRGBPoint from) {
     setValue(*from.red_, *from.green_, *from.blue_);
 }

@@ -1,7 +1,7 @@
 // Row kernels: the loops that run over whole pages, built once per instruction set level.
 //
-// row_kernels_body.h holds the loops; one small file per level compiles them into a namespace and a
-// table of its own; row_kernels.cpp alone chooses among the tables. Every level gives the same
+// row_kernels_body.inc holds the loops; one small file per level compiles them into a namespace and
+// a table of its own; row_kernels.cpp alone chooses among the tables. Every level gives the same
 // bytes.
 #pragma once
 

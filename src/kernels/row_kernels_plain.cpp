@@ -1,4 +1,4 @@
 // The row kernels for every processor of the architecture.
 #define KEL_KERNEL_LEVEL plain
 #define KEL_KERNEL_LEVEL_NAME "plain"
-#include "row_kernels_body.h"
+#include "row_kernels_body.inc"
