@@ -5,6 +5,7 @@
 // exact luminance for the global methods, by OpenCV's integer weights for the local ones.
 #include <opencv2/imgproc.hpp>
 
+#include <cstring>
 #include <optional>
 
 #include "cv_handles.h"
@@ -52,14 +53,17 @@ class GreyPlane {
 void binarizeLocally(unsigned char* src, int channels, unsigned char* dst, kelSize size,
                      unsigned char isOpp, int blockSize, int offset) {
     if (isEmpty(size)) size = {0, 0};  // OpenCV refuses an empty image with an error of its own
+    const auto bytes = static_cast<size_t>(planeStep(size));
     cv::Mat source = planeMat(src, size);
-    std::optional<WorkPlane> grey;
+    std::optional<WorkPlane> work;
     if (channels == 3) {
-        const ptrdiff_t step = planeStep(size);
-        grey.emplace(static_cast<size_t>(step));
-        rowKernels().greyOfBgr(src, src + step, src + 2 * step, grey->data(),
-                               static_cast<size_t>(step));
-        source = planeMat(grey->data(), size);
+        work.emplace(bytes);
+        rowKernels().greyOfBgr(src, src + bytes, src + 2 * bytes, work->data(), bytes);
+        source = planeMat(work->data(), size);
+    } else if (src != dst && overlaps(src, bytes, dst, bytes)) {
+        work.emplace(bytes);
+        std::memcpy(work->data(), src, bytes);
+        source = planeMat(work->data(), size);
     }
     // OpenCV finds out that it does not know a threshold type only after it has used the target, so
     // a flag byte other than 0 and 1 works on a target of OpenCV's own until the error comes.

@@ -143,6 +143,18 @@ TEST(Binarize, WorksInPlace) {
     }
 }
 
+TEST(Binarize, LocalMethodsReadTheWholeSourceFirst) {
+    const kelSize size{40, 30};
+    const Bytes src = page(size, 1);
+    for (size_t shift : {size_t{1}, size_t{40}, size_t{77}}) {
+        Bytes buffer = src;
+        buffer.resize(area(size) + shift);
+        KelBinarizeImage(buffer.data(), 1, buffer.data() + shift, size, 1, 3, 0, 15, 5);
+        const Bytes result(buffer.begin() + static_cast<ptrdiff_t>(shift), buffer.end());
+        EXPECT_EQ(result, locally(src, 1, size, 1, 3, 15, 5)) << shift;
+    }
+}
+
 TEST(Binarize, PolarityOfLocalMethodsRunsTheOtherWay) {
     const kelSize size{40, 40};
     Bytes src(area(size), 200);

@@ -1,9 +1,9 @@
 // kelpage, the host program: takes pages through KelImageLib from the command line.
 #include <CLI/CLI.hpp>
 
+#include <cstdio>
 #include <cstdlib>
 #include <exception>
-#include <iostream>
 
 #include "commands.h"
 #include "methods.h"
@@ -34,10 +34,12 @@ void addBinarize(CLI::App& app, kelpage::BinarizeArguments& arguments) {
     command->add_option(
         "-t,--thres", arguments.thres,
         "Method 1: the level (128). Methods 0, 2, 6: added to the page's own level");
-    command->add_option("-b,--block-size", arguments.blockSize,
-                        "Methods 3 to 5: odd window side in pixels (31). Method 6: lowest level");
-    command->add_option("-c,--param1", arguments.param1,
-                        "Methods 3 to 5: subtracted from the mean (15). Method 6: highest level");
+    command->add_option(
+        "-b,--block-size", arguments.blockSize,
+        "Methods 3 to 5: odd window side in pixels (31). Method 6: lowest level (80)");
+    command->add_option(
+        "-c,--param1", arguments.param1,
+        "Methods 3 to 5: subtracted from the mean (15). Method 6: highest level (180)");
     command->add_flag("-i,--invert", arguments.invert, "White ink on black paper");
     command->callback([&arguments] {
         const bool windowIsGood =
@@ -55,12 +57,7 @@ void addSheet(CLI::App& app, kelpage::SheetArguments& arguments) {
         ->required();
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-    // One line of our own per failed file; OpenCV's log says the same thing less clearly.
-    setenv("OPENCV_LOG_LEVEL", "SILENT", 0);
-
+int run(int argc, char** argv) {
     CLI::App app(
         "kelpage takes scanned pages through KelImageLib.\n"
         "Exit status: 0, or 1 when a file failed (the others are still done), or 2 for a "
@@ -76,11 +73,21 @@ int main(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : kUsageError;
     }
+    return app.got_subcommand("binarize") ? kelpage::runBinarize(binarize)
+                                          : kelpage::runSheet(sheet);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    // One line of our own per failed file; OpenCV's log says the same thing less clearly.
+    setenv("OPENCV_LOG_LEVEL", "SILENT", 0);
     try {
-        return app.got_subcommand("binarize") ? kelpage::runBinarize(binarize)
-                                              : kelpage::runSheet(sheet);
+        return run(argc, argv);
     } catch (const std::exception& error) {
-        std::cerr << "kelpage: " << error.what() << "\n";
-        return 1;
+        std::fprintf(stderr, "kelpage: %s\n", error.what());
+    } catch (...) {
+        std::fputs("kelpage: unexpected failure\n", stderr);
     }
+    return 1;
 }

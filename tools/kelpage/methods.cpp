@@ -39,6 +39,10 @@ Settings usualSettings(int method) {
         settings.blockSize = 31;
         settings.param1 = 15;
     }
+    if (method == KEL_BIN_METHOD_AUTO_CLAMPED) {
+        settings.blockSize = 80;
+        settings.param1 = 180;
+    }
     return settings;
 }
 

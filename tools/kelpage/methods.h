@@ -33,7 +33,8 @@ struct Settings {
     bool invert = false;
 };
 
-/// Usual values for a method: level 128, or a window of 31 pixels minus 15, or the bare estimate.
+/// Usual values for a method: level 128, or a window of 31 pixels minus 15, or the bare estimate,
+/// or the estimate kept within 80 and 180.
 Settings usualSettings(int method);
 
 /// Ink black on white paper, whatever the method (the reverse with `invert`).

@@ -29,6 +29,7 @@ struct Cell {
 struct Row {
     std::string name;
     std::string facts;
+    kelSize size;
     std::vector<Cell> cells;
 };
 
@@ -95,6 +96,7 @@ class SheetMaker {
             std::to_string(number) + "-" + safeName(file.stem().string()) + "-";
         Row row;
         row.name = file.filename().string();
+        row.size = source.size;
         row.facts = std::to_string(source.size.width) + " \u00d7 " +
                     std::to_string(source.size.height) + " pixels, " +
                     (source.channels == 3 ? "colour" : "grey");
@@ -139,12 +141,12 @@ const char* const kStyle = R"(
             padding: 1rem 1.2rem 1.4rem; }
   h2 { font-size: 1.1rem; margin: 0 0 .8rem; }
   h2 small { font-weight: 400; color: #66727c; margin-left: .6rem; }
-  .cells { display: grid; grid-template-columns: repeat(auto-fill, minmax(16rem, 1fr)); gap: 1rem; }
+  .cells { display: grid; grid-template-columns: repeat(auto-fill, minmax(14rem, 1fr)); gap: 1rem; }
   figure { margin: 0; }
-  .frame { display: flex; height: 20rem; align-items: center; justify-content: center;
+  .frame { display: flex; max-height: 24rem; align-items: center; justify-content: center;
            background: #c9d0d6; border: 1px solid #b8c0c7; border-radius: 4px; overflow: hidden; }
   .frame img { max-width: 100%; max-height: 100%; }
-  figcaption { padding-top: .4rem; }
+  figcaption { padding-top: .4rem; font-size: .87rem; }
   figcaption b { display: block; }
   figcaption span { color: #515d67; }
   figcaption .time { float: right; font-variant-numeric: tabular-nums; color: #1d6b3e; }
@@ -163,8 +165,8 @@ std::string html(const std::vector<Row>& rows) {
         out << "<section>\n<h2>" << escaped(row.name) << "<small>" << escaped(row.facts)
             << "</small></h2>\n<div class=\"cells\">\n";
         for (const Cell& cell : row.cells) {
-            out << "<figure><a class=\"frame\" href=\"" << cell.picture
-                << "\"><img loading=\"lazy\" "
+            out << "<figure><a class=\"frame\" style=\"aspect-ratio: " << row.size.width << " / "
+                << row.size.height << "\" href=\"" << cell.picture << "\"><img loading=\"lazy\" "
                 << "src=\"" << cell.picture << "\" alt=\"" << escaped(row.name + ", " + cell.title)
                 << "\"></a>\n<figcaption><span class=\"time\">" << cell.time << "</span><b>"
                 << escaped(cell.title) << "</b><span>" << escaped(cell.detail)
