@@ -1,139 +1,115 @@
-// Plane conversions through KelColorConvert().
+// Plane conversions and fixed thresholds. (That luminance is exact for every triple, at every
+// kernel level, is tested with the row kernels.)
 #include <gtest/gtest.h>
 
-#include "guarded.h"
 #include "kel_ImageBasicProcess.h"
+#include "support.h"
 
 using test::area;
 using test::Bytes;
 using test::Guarded;
+using test::Image;
 
 namespace {
 
-// The defining rule of luminance, in double precision.
-unsigned char luminance(int r, int g, int b) {
-    return static_cast<unsigned char>(static_cast<int>((0.299 * r + 0.587 * g) + 0.114 * b));
-}
-
-TEST(ColorConvert, LuminanceIsExactForEveryTriple) {
-    // One image per level of red, of 256 by 256: rows run over green, columns over blue.
-    const kelSize size{256, 256};
-    Bytes planes(3 * area(size));
-    Bytes grey(area(size));
-    for (int r = 0; r < 256; ++r) {
-        for (size_t i = 0; i < area(size); ++i) {
-            planes[i] = static_cast<unsigned char>(r);
-            planes[area(size) + i] = static_cast<unsigned char>(i / 256);
-            planes[2 * area(size) + i] = static_cast<unsigned char>(i % 256);
-        }
-        ASSERT_EQ(KelColorConvert(planes.data(), size, 3, grey.data(), size, 1), 0);
-        for (int i = 0; i < 65536; ++i)
-            ASSERT_EQ(grey[static_cast<size_t>(i)], luminance(r, i / 256, i % 256))
-                << r << "," << i / 256 << "," << i % 256;
-    }
-}
-
-TEST(ColorConvert, NeutralLevelsLoseOneWhereTheRuleTruncates) {
-    Bytes planes(3 * 256);
-    for (size_t i = 0; i < planes.size(); ++i)
-        planes[i] = static_cast<unsigned char>(i);
-    Bytes grey(256);
-    KelColorConvert(planes.data(), {256, 1}, 3, grey.data(), {256, 1}, 1);
-    int lower = 0;
-    for (int v = 0; v < 256; ++v)
-        lower += grey[static_cast<size_t>(v)] < v;
-    EXPECT_EQ(lower, 65);
-    EXPECT_EQ(grey[1], 0);
-    EXPECT_EQ(grey[254], 253);
-    EXPECT_EQ(grey[255], 255);
-}
-
-TEST(ColorConvert, LuminanceIgnoresTheTargetsStride) {
-    for (kelSize size : test::awkwardSizes()) {
-        const kelSize larger{size.width + 9, size.height + 2};
-        const auto n = area(size);
-        Bytes src = test::randomBytes(3 * n, 7, 200, 255);
-        Guarded dst(area(larger));
-        Bytes expected = dst.content();
-        for (size_t i = 0; i < n; ++i)
-            expected[i] = luminance(src[i], src[n + i], src[2 * n + i]);
-        ASSERT_EQ(KelColorConvert(src.data(), size, 3, dst.data(), larger, 1), 0);
-        EXPECT_EQ(dst.content(), expected) << size.width << "x" << size.height;
-        EXPECT_TRUE(dst.intact());
-    }
-}
-
-TEST(ColorConvert, LuminanceOverItsOwnPlanesIsThatOfSingleSamples) {
-    const kelSize size{101, 3};
-    const auto n = area(size);
-    // Starts before, on and shortly behind the planes.
-    for (size_t start : {size_t{0}, size_t{1}, size_t{15}, size_t{31}, size_t{32}, n - 3, n, n + 1,
-                         2 * n, 2 * n - 40}) {
-        Bytes planes = test::randomBytes(3 * n + 64, 8);
-        Bytes expected = planes;
-        for (size_t i = 0; i < n; ++i)
-            expected[start + i] = luminance(expected[i], expected[n + i], expected[2 * n + i]);
-        KelColorConvert(planes.data(), size, 3, planes.data() + start, size, 1);
-        ASSERT_EQ(planes, expected) << "start " << start;
-    }
-}
-
-TEST(ColorConvert, CopiesAndExpandsIntoTheCorner) {
-    const int counts[][2] = {{1, 1}, {3, 3}, {1, 3}};
-    for (const auto& count : counts) {
+TEST(Convert, CopiesExpandsAndReduces) {
+    const int counts[][2] = {{1, 1}, {3, 3}, {1, 3}, {3, 1}};
+    for (auto [from, to] : counts) {
         for (kelSize size : test::awkwardSizes()) {
             for (int extra : {0, 5}) {
-                const kelSize target{size.width + extra, size.height + extra};
-                Bytes src = test::randomBytes(area(size) * static_cast<size_t>(count[0]), 9);
-                Guarded dst(area(target) * static_cast<size_t>(count[1]));
-                Bytes expected = dst.content();
-                for (int c = 0; c < count[1]; ++c)
+                Image src(size, from, 9);
+                Image target({size.width + extra, size.height + extra}, to, 10);
+                Guarded dst(target.samples);
+                const Bytes grey = test::greyOf(src.samples, from);
+                // Luminance is packed with the source's stride; copies use the target's own.
+                if (from > to) std::copy(grey.begin(), grey.end(), target.samples.begin());
+                for (int c = 0; c < to && from <= to; ++c)
                     for (int y = 0; y < size.height; ++y)
-                        for (int x = 0; x < size.width; ++x) {
-                            const int from = count[0] == 1 ? 0 : c;
-                            expected[static_cast<size_t>((c * target.height + y) * target.width +
-                                                         x)] =
-                                src[static_cast<size_t>((from * size.height + y) * size.width + x)];
-                        }
-                ASSERT_EQ(KelColorConvert(src.data(), size, count[0], dst.data(), target, count[1]),
-                          0);
-                EXPECT_EQ(dst.content(), expected) << count[0] << " to " << count[1];
-                EXPECT_TRUE(dst.intact());
+                        for (int x = 0; x < size.width; ++x)
+                            target.at(c, y, x) = src.at(from == 1 ? 0 : c, y, x);
+                ASSERT_EQ(
+                    KelColorConvert(src.samples.data(), size, from, dst.data(), target.size, to),
+                    0);
+                EXPECT_EQ(dst.bytes(), target.samples) << from << " to " << to;
             }
         }
     }
 }
 
-TEST(ColorConvert, GreyExpandsInPlace) {
-    const kelSize size{6, 5}, target{9, 7};
-    const Bytes grey = test::randomBytes(area(size), 10);
-    Bytes apart(3 * area(target), 0), inPlace(3 * area(target), 0);
-    Bytes src = grey;
-    KelColorConvert(src.data(), size, 1, apart.data(), target, 3);
-    std::copy(grey.begin(), grey.end(), inPlace.begin());
-    std::copy(grey.begin(), grey.end(), apart.begin());  // the rest of the corner's rows stays
-    KelColorConvert(src.data(), size, 1, apart.data(), target, 3);
-    KelColorConvert(inPlace.data(), size, 1, inPlace.data(), target, 3);
-    EXPECT_EQ(inPlace, apart);
+TEST(Convert, OverlappingTargetsGiveTheStatedResult) {
+    const kelSize size{101, 3};
+    const auto n = area(size);
+    for (size_t start : {size_t{0}, size_t{1}, size_t{31}, size_t{32}, n - 3, n, 2 * n - 40}) {
+        Bytes planes = test::randomBytes(3 * n + 64, 8), expected = planes;
+        for (size_t i = 0; i < n; ++i)  // luminance: sample by sample
+            expected[start + i] =
+                test::luminance(expected[i], expected[n + i], expected[2 * n + i]);
+        KelColorConvert(planes.data(), size, 3, planes.data() + start, size, 1);
+        ASSERT_EQ(planes, expected) << "start " << start;
+        // Expansion: the whole plane is read first.
+        Bytes inPlace = planes, apart(3 * n);
+        KelColorConvert(planes.data() + start, size, 1, apart.data(), size, 3);
+        KelColorConvert(inPlace.data() + start, size, 1, inPlace.data(), size, 3);
+        inPlace.resize(3 * n);
+        EXPECT_EQ(inPlace, apart) << "start " << start;
+    }
 }
 
-TEST(ColorConvert, RefusesInOrder) {
+TEST(Convert, RefusesInOrder) {
     Bytes src(400);
     Guarded dst(400);
-    const Bytes before = dst.content();
-    const auto call = [&](kelSize from, int fromChannels, kelSize to, int toChannels) {
-        return KelColorConvert(src.data(), from, fromChannels, dst.data(), to, toChannels);
+    const auto call = [&](kelSize from, int fromChannels, int toChannels) {
+        return KelColorConvert(src.data(), from, fromChannels, dst.data(), {10, 10}, toChannels);
     };
-    EXPECT_EQ(call({11, 5}, 3, {10, 10}, 1), -1);
-    EXPECT_EQ(call({11, 5}, 2, {10, 10}, 4), -1);
-    EXPECT_EQ(call({5, 11}, 1, {10, 10}, 1), -1);
+    EXPECT_EQ(call({11, 5}, 3, 1), -1);
+    EXPECT_EQ(call({11, 5}, 2, 4), -1);
+    EXPECT_EQ(call({5, 11}, 1, 1), -1);
     for (int bad : {2, 4, 0, -1}) {
-        EXPECT_EQ(call({5, 5}, bad, {10, 10}, 1), -2);
-        EXPECT_EQ(call({5, 5}, 1, {10, 10}, bad), -2);
+        EXPECT_EQ(call({5, 5}, bad, 1), -2);
+        EXPECT_EQ(call({5, 5}, 1, bad), -2);
     }
-    EXPECT_EQ(call({0, 5}, 3, {10, 10}, 1), 0);
-    EXPECT_EQ(call({5, -1}, 1, {10, 10}, 3), 0);
-    EXPECT_EQ(dst.content(), before);
+    EXPECT_EQ(call({5, -1}, 1, 3), 0);
+    EXPECT_EQ(dst.bytes(), Bytes(400, 0xAB));
+}
+
+TEST(Threshold, ComparesStrictlyAtEveryLevelAndSize) {
+    for (kelSize size : test::awkwardSizes()) {
+        const Bytes src = test::randomBytes(3 * area(size), 1);
+        for (int thres : {-2147483647 - 1, -1, 0, 1, 127, 128, 254, 255, 256, 2147483647}) {
+            for (unsigned char isOpp : {0, 1, 2, 255}) {
+                Bytes input = src, one(area(size)), three = src;
+                for (size_t i = 0; i < src.size(); ++i) {
+                    const int shift = i < area(size) ? 0 : i < 2 * area(size) ? 1 : -1;
+                    const int level = std::clamp(thres, -9, 999) + 40 * shift;
+                    three[i] = test::compared(src[i], level, isOpp);
+                    if (shift == 0) one[i] = test::compared(src[i], thres, isOpp);
+                }
+                Guarded apart(area(size)), inPlace(src);
+                KelBinarizeThreshold(input.data(), apart.data(), size, thres, isOpp);
+                EXPECT_EQ(apart.bytes(), one);
+                EXPECT_EQ(input, src);
+                const int level = std::clamp(thres, -9, 999);
+                KelBinarizeThreshold3(inPlace.data(), inPlace.data(), size, 7, level, level + 40,
+                                      level - 40, isOpp);
+                EXPECT_EQ(inPlace.bytes(), three);
+            }
+        }
+    }
+}
+
+TEST(Threshold, OverlapAndWrappedCounts) {
+    for (size_t shift : {0, 1, 15, 16, 40}) {  // a later sample sees what was written before
+        Bytes buffer = test::randomBytes(200, 2), expected = buffer;
+        for (size_t i = 0; i < 150; ++i)
+            expected[i + shift] = test::compared(expected[i], 100, 1);
+        KelBinarizeThreshold(buffer.data(), buffer.data() + shift, {15, 10}, 100, 1);
+        EXPECT_EQ(buffer, expected) << shift;
+    }
+    // The 32-bit product of the sides is 0 or negative, or a side is: nothing is done.
+    unsigned char sample = 77;
+    for (kelSize size : {kelSize{65536, 65536}, kelSize{65536, 32768}, kelSize{-3, -1}})
+        KelBinarizeThreshold(&sample, &sample, size, 10, 0);
+    EXPECT_EQ(sample, 77);
 }
 
 }  // namespace
