@@ -16,11 +16,12 @@ std::string fields(std::string x, std::string y) {
 }
 
 TEST(TransResolution, TurnsBothTextsIntoDotsPerInchOrReadsTheFirst) {
-    const char* const cases[][4] = {{"118.11", "59.055", "300.00", "150.00"},
-                                    {"", "1", "0.00", "2.54"},
-                                    {"1234.567", "78.74", "3135.80", "200.00"},
-                                    {"393700.8", "abc", "1000000.", "0.00"},  // tail lost
-                                    {"-10", " 20x", "-25.40", "50.80"}};
+    const char* const cases[][4] = {
+        {"118.11", "59.055", "300.00", "150.00"},
+        {"", "1", "0.00", "2.54"},
+        {"1234.567", "427.561", "3135.80", "1086.01"},  // both roundings matter
+        {"393700.8", "abc", "1000000.", "0.00"},        // tail lost
+        {"-10", " 20x", "-25.40", "50.80"}};
     for (const auto& c : cases) {
         std::string text = fields(c[0], c[1]);
         for (int mode : {0, 2, -1}) {
