@@ -32,7 +32,8 @@ inline Bytes randomBytes(size_t count, unsigned seed, unsigned lowest = 0, unsig
 class Guarded {
   public:
     explicit Guarded(const Bytes& content) : all_(content.size() + 2 * kPad, kGuard) {
-        for (size_t i = 0; i < content.size(); ++i) all_.at(kPad + i) = content[i];
+        for (size_t i = 0; i < content.size(); ++i)
+            all_.at(kPad + i) = content[i];
     }
     explicit Guarded(size_t count) : Guarded(Bytes(count, 0xAB)) {}
 
