@@ -19,6 +19,14 @@ std::string methodHelp() {
     return help;
 }
 
+/// The number of a method given by number or name, as text for the option parser.
+std::string methodNumber(const std::string& text) {
+    for (const auto& method : kelpage::methods())
+        if (text == method.name || text == std::to_string(method.number))
+            return std::to_string(method.number);
+    throw CLI::ValidationError(text + " is no method; see kelpage binarize --help");
+}
+
 void addBinarize(CLI::App& app, kelpage::BinarizeArguments& arguments) {
     CLI::App* command = app.add_subcommand("binarize", "Turn pages into black and white");
     command->add_option("IN", arguments.inputs, "Image files, or folders of them")->required();
@@ -27,8 +35,7 @@ void addBinarize(CLI::App& app, kelpage::BinarizeArguments& arguments) {
                      "Result file for one page, otherwise a folder for PNG files")
         ->required();
     command->add_option("-m,--method", arguments.method, methodHelp())
-        ->transform(CLI::Transformer(kelpage::methodNumbers()))
-        ->check(CLI::Range(0, 6))
+        ->transform(methodNumber, "")
         ->type_name("METHOD")
         ->capture_default_str();
     command->add_option(
@@ -61,7 +68,8 @@ int run(int argc, char** argv) {
     CLI::App app(
         "kelpage takes scanned pages through KelImageLib.\n"
         "Exit status: 0, or 1 when a file failed (the others are still done), or 2 for a "
-        "wrong command line.");
+        "wrong command line.",
+        "kelpage");
     app.set_version_flag("--version", "kelpage " KELPAGE_VERSION);
     app.require_subcommand(1);
     kelpage::BinarizeArguments binarize;

@@ -18,15 +18,6 @@ const std::vector<Method>& methods() {
     return all;
 }
 
-std::map<std::string, int> methodNumbers() {
-    std::map<std::string, int> numbers;
-    for (const Method& method : methods()) {
-        numbers[method.name] = method.number;
-        numbers[std::to_string(method.number)] = method.number;
-    }
-    return numbers;
-}
-
 bool isLocal(int method) {
     return method >= KEL_BIN_METHOD_ADAPTIVE && method <= KEL_BIN_METHOD_ADAPTIVE_SMOOTH;
 }

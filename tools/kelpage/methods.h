@@ -1,7 +1,6 @@
 // The binarization methods of the dispatcher, as a person names them.
 #pragma once
 
-#include <map>
 #include <string>
 #include <vector>
 
@@ -17,9 +16,6 @@ struct Method {
 
 /// Every method number of the dispatcher.
 const std::vector<Method>& methods();
-
-/// Names and decimal numbers, for the command line.
-std::map<std::string, int> methodNumbers();
 
 /// True for the methods that compare each sample with the mean round it.
 bool isLocal(int method);
