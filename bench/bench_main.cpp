@@ -118,8 +118,9 @@ void printTable(const FastestReporter& results) {
                     row.page.c_str(), ours, row.peerName.c_str(), peer, ours / peer, row.bar,
                     ours / peer > row.bar * (1 + kNoise) ? " MISSED" : "");
     }
-    std::printf("\nStarting a process: %.2f ms alone, %.2f ms with the library (bar: 20 ms more)\n",
-                startMs(false), startMs(true));
+    std::printf(
+        "\nStarting a process: %.2f ms alone, %.2f ms with the library (bar: 20 ms more)\n\n",
+        startMs(false), startMs(true));
 }
 
 }  // namespace
@@ -159,6 +160,7 @@ int runAll(int argc, char** argv) {
     FastestReporter reporter(2 * rows().size());
     benchmark::RunSpecifiedBenchmarks(&reporter);
     printTable(reporter);
+    printMemoryTable();
     return 0;
 }
 

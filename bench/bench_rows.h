@@ -32,4 +32,7 @@ void addCopyRows();
 void addBridgeRows();
 void addBinarizeRows();
 
+/// Prints how much memory the operations take.
+void printMemoryTable();
+
 }  // namespace bench

@@ -58,40 +58,35 @@ TEST(Convert, OverlappingTargetsGiveTheStatedResult) {
 TEST(Convert, RefusesInOrder) {
     Bytes src(400);
     Guarded dst(400);
-    const auto call = [&](kelSize from, int fromChannels, int toChannels) {
-        return KelColorConvert(src.data(), from, fromChannels, dst.data(), {10, 10}, toChannels);
+    const auto call = [&](kelSize from, int planes, int toPlanes) {
+        return KelColorConvert(src.data(), from, planes, dst.data(), {10, 10}, toPlanes);
     };
-    EXPECT_EQ(call({11, 5}, 3, 1), -1);
-    EXPECT_EQ(call({11, 5}, 2, 4), -1);
-    EXPECT_EQ(call({5, 11}, 1, 1), -1);
-    for (int bad : {2, 4, 0, -1}) {
-        EXPECT_EQ(call({5, 5}, bad, 1), -2);
-        EXPECT_EQ(call({5, 5}, 1, bad), -2);
-    }
-    EXPECT_EQ(call({5, -1}, 1, 3), 0);
+    EXPECT_EQ((std::vector<int>{call({11, 5}, 3, 1), call({11, 5}, 2, 4), call({5, 11}, 1, 1),
+                                call({5, -1}, 1, 3)}),
+              (std::vector<int>{-1, -1, -1, 0}));
+    for (int bad : {2, 4, 0, -1})
+        EXPECT_EQ(call({5, 5}, bad, 1) + call({5, 5}, 1, bad), -4);
     EXPECT_EQ(dst.bytes(), Bytes(400, 0xAB));
 }
 
 TEST(Threshold, ComparesStrictlyAtEveryLevelAndSize) {
     for (kelSize size : test::awkwardSizes()) {
-        const Bytes src = test::randomBytes(3 * area(size), 1);
+        const size_t n = area(size);
+        const Bytes src = test::randomBytes(3 * n, 1);
         for (int thres : {-2147483647 - 1, -1, 0, 1, 127, 128, 254, 255, 256, 2147483647}) {
             for (unsigned char isOpp : {0, 1, 2, 255}) {
-                Bytes input = src, one(area(size)), three = src;
-                for (size_t i = 0; i < src.size(); ++i) {
-                    const int shift = i < area(size) ? 0 : i < 2 * area(size) ? 1 : -1;
-                    const int level = std::clamp(thres, -9, 999) + 40 * shift;
-                    three[i] = test::compared(src[i], level, isOpp);
-                    if (shift == 0) one[i] = test::compared(src[i], thres, isOpp);
-                }
-                Guarded apart(area(size)), inPlace(src);
-                KelBinarizeThreshold(input.data(), apart.data(), size, thres, isOpp);
-                EXPECT_EQ(apart.bytes(), one);
+                const int levels[3] = {thres, 90, thres / 2};
+                Bytes expected = src, input = src;
+                for (size_t i = 0; i < src.size(); ++i)
+                    expected[i] = test::compared(src[i], levels[i / n], isOpp);
+                Guarded one(n), three(src);
+                KelBinarizeThreshold(input.data(), one.data(), size, thres, isOpp);
+                KelBinarizeThreshold3(three.data(), three.data(), size, 7, levels[0], levels[1],
+                                      levels[2], isOpp);
+                EXPECT_EQ(three.bytes(), expected);
+                expected.resize(n);
+                EXPECT_EQ(one.bytes(), expected);
                 EXPECT_EQ(input, src);
-                const int level = std::clamp(thres, -9, 999);
-                KelBinarizeThreshold3(inPlace.data(), inPlace.data(), size, 7, level, level + 40,
-                                      level - 40, isOpp);
-                EXPECT_EQ(inPlace.bytes(), three);
             }
         }
     }

@@ -80,39 +80,35 @@ TEST(Copy, RefusesInOrderAndWritesNothing) {
     Image image({20, 20}, 3, 6);
     unsigned char* src = image.samples.data();
     Guarded dst(1200);
-    const auto copy = [&](kelSize from, int fromChannels, int toChannels) {
-        return KelCopyImage(src, from, fromChannels, dst.data(), {10, 10}, toChannels);
+    using Results = std::vector<int>;
+    const auto copy = [&](kelSize from, int planes, int toPlanes) {
+        return KelCopyImage(src, from, planes, dst.data(), {10, 10}, toPlanes);
     };
-    EXPECT_EQ(copy({11, 5}, 1, 1), -1);
-    EXPECT_EQ(copy({5, 11}, 1, 1), -1);
-    EXPECT_EQ(copy({5, 5}, 3, 1), -1);
-    EXPECT_EQ(copy({5, 5}, 0, 0), 0);
-    EXPECT_EQ(copy({5, -5}, 3, 3), 0);
-    const auto plane = [&](kelSize from, int fromCount, int toCount, int fromColour, char name) {
-        return KelCopyImage1Channel(src, from, fromCount, dst.data(), {10, 10}, toCount,
-                                    static_cast<unsigned char>(fromColour), name);
+    EXPECT_EQ((Results{copy({11, 5}, 1, 1), copy({5, 11}, 1, 1), copy({5, 5}, 3, 1),
+                       copy({5, 5}, 0, 0), copy({5, -5}, 3, 3)}),
+              (Results{-1, -1, -1, 0, 0}));
+    const auto plane = [&](kelSize from, int planes, int toPlanes, bool fromColour, char name) {
+        return KelCopyImage1Channel(src, from, planes, dst.data(), {10, 10}, toPlanes, fromColour,
+                                    name);
     };
-    EXPECT_EQ(plane({20, 20}, 3, 3, 1, 'g'), -1);
-    EXPECT_EQ(plane({20, 20}, 1, 3, 1, 'G'), -1);
-    EXPECT_EQ(plane({20, 20}, 3, 1, 0, 'G'), -1);
-    EXPECT_EQ(plane({11, 2}, 3, 1, 1, 'G'), -2);
-    EXPECT_EQ(plane({0, 2}, 3, 1, 1, 'G'), 0);
+    EXPECT_EQ((Results{plane({20, 20}, 3, 3, true, 'g'), plane({20, 20}, 1, 3, true, 'G'),
+                       plane({20, 20}, 3, 1, false, 'G'), plane({11, 2}, 3, 1, true, 'G'),
+                       plane({0, 2}, 3, 1, true, 'G')}),
+              (Results{-1, -1, -1, -2, 0}));
     const auto cut = [&](CvRect rect, int channels) {
         return KelCopySubImage(src, {10, 7}, dst.data(), {8, 6}, channels, &rect);
     };
-    EXPECT_EQ(cut(cvRect(99, 0, 9, 2), 1), -1);  // too wide for the target comes first
-    EXPECT_EQ(cut(cvRect(0, 0, 2, 7), 1), -1);
-    EXPECT_EQ(cut(cvRect(10, 0, 2, 2), 1), -2);
-    EXPECT_EQ(cut(cvRect(0, 7, 2, 2), 1), -2);
-    EXPECT_EQ(cut(cvRect(0, 0, 0, 2), 1), -2);
-    EXPECT_EQ(cut(cvRect(-1, 0, 2, 2), 2), 0);
+    // Too large for the target comes first, even where the repaired rectangle would fit.
+    EXPECT_EQ((Results{cut(cvRect(99, 0, 9, 2), 1), cut(cvRect(0, 0, 2, 7), 1),
+                       cut(cvRect(10, 0, 2, 2), 1), cut(cvRect(0, 7, 2, 2), 1),
+                       cut(cvRect(0, 0, 0, 2), 1), cut(cvRect(-1, 0, 2, 2), 2)}),
+              (Results{-1, -1, -2, -2, -2, 0}));
     const auto clip = [&](kelSize from, int channels, int x) {
         return KelCopyImageClip(src, from, dst.data(), {20, 10}, channels, x, 1);
     };
-    EXPECT_EQ(clip({5, 5}, 1, 2147483647), -1);
-    EXPECT_EQ(clip({5, 0}, 3, 1), 0);
-    EXPECT_EQ(clip({5, 5}, 0, 1), 0);
-    EXPECT_NE(clip({5, 5}, 1, -1), 0);
+    EXPECT_EQ((Results{clip({5, 5}, 1, 2147483647), clip({5, 5}, 1, -1), clip({5, 0}, 3, 1),
+                       clip({5, 5}, 0, 1)}),
+              (Results{-1, -1, 0, 0}));
     EXPECT_EQ(dst.bytes(), test::Bytes(1200, 0xAB));
 }
 

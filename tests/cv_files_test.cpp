@@ -1,8 +1,10 @@
 // Image files through OpenCV: loads, saves, and what they say when there is nothing to read.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <stdexcept>
 #include <string>
 
@@ -23,7 +25,7 @@ struct Files : ::testing::Test {
     std::string path(const char* name) const { return (folder / name).string(); }
 
     const fs::path folder = fs::temp_directory_path() /
-                            (std::string("kel-files-") +
+                            ("kel-files-" + std::to_string(getpid()) + "-" +
                              ::testing::UnitTest::GetInstance()->current_test_info()->name());
 };
 
@@ -85,22 +87,25 @@ TEST_F(Files, NothingReadSetsTheStatedOutputs) {
 TEST_F(Files, NullNamesAreLogicErrors) {
     unsigned char sample = 0, *dst = &sample;
     int n = 5;
-    const auto message = [](auto call) -> std::string {
+    const std::function<void()> calls[] = {
+        [&] { KelLoadUserImage(nullptr, &dst, &n, &n, &n); },
+        [&] {
+            KelSaveImage(&sample, 1, {1, 1}, nullptr);
+        },
+        [&] { kel_SaveImage_cv(&sample, 1, 1, 1, nullptr); },
+        [&] { KelLoadImageFiles(nullptr, &n, &n, &dst, &n, 1); }};
+    for (const auto& call : calls) {
+        EXPECT_EQ(dst, &sample);
+        EXPECT_EQ(n, 5);
         try {
             call();
+            ADD_FAILURE() << "no exception";
         } catch (const std::logic_error& e) {
-            return e.what();
+            EXPECT_STREQ(e.what(), "basic_string::_M_construct null not valid");
         }
-        return "no exception";
-    };
-    const std::string expected = "basic_string::_M_construct null not valid";
-    EXPECT_EQ(message([&] { KelLoadUserImage(nullptr, &dst, &n, &n, &n); }), expected);
-    EXPECT_EQ(dst, &sample);
-    EXPECT_EQ(message([&] { KelLoadImageFiles(nullptr, &n, &n, &dst, &n, 1); }), expected);
-    EXPECT_EQ(dst, nullptr);
+    }
+    EXPECT_EQ(dst, nullptr);  // the last call sets its outputs first
     EXPECT_EQ(n, 0);
-    EXPECT_EQ(message([&] { KelSaveImage(&sample, 1, {1, 1}, nullptr); }), expected);
-    EXPECT_EQ(message([&] { kel_SaveImage_cv(&sample, 1, 1, 1, nullptr); }), expected);
 }
 
 TEST_F(Files, ModuleCounterparts) {

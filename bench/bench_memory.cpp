@@ -1,0 +1,74 @@
+// Working memory: what an operation takes with `new`, beside the planes of its page. OpenCV's own
+// buffers are not counted.
+#include <cstdio>
+#include <cstdlib>
+#include <new>
+
+#include "bench_pages.h"
+#include "bench_rows.h"
+#include "kel_ImageBasicProcess.h"
+
+namespace {
+
+size_t taken = 0;
+
+void* take(size_t bytes) {
+    taken += bytes;
+    if (void* p = std::malloc(bytes)) return p;
+    throw std::bad_alloc();
+}
+
+}  // namespace
+
+void* operator new(size_t bytes) {
+    return take(bytes);
+}
+void* operator new[](size_t bytes) {
+    return take(bytes);
+}
+void operator delete(void* p) noexcept {
+    std::free(p);
+}
+void operator delete[](void* p) noexcept {
+    std::free(p);
+}
+void operator delete(void* p, size_t) noexcept {
+    std::free(p);
+}
+void operator delete[](void* p, size_t) noexcept {
+    std::free(p);
+}
+
+namespace bench {
+namespace {
+
+template <class Operation>
+void printTaken(const char* name, const PageSet& page, Operation call) {
+    call();  // OpenCV keeps some state of its own from the first call on
+    taken = 0;
+    call();
+    std::printf("| %s | %s | %.2f |\n", name, page.name.c_str(),
+                static_cast<double>(taken) / static_cast<double>(page.area()));
+}
+
+}  // namespace
+
+void printMemoryTable() {
+    std::printf(
+        "| operation, colour page | page | planes of memory taken (bar: 1, and tables of "
+        "0.5 MB) |\n|---|---|---|\n");
+    for (const PageSet& page : pages()) {
+        Bytes src = page.colour, dst(src.size());
+        const auto binarize = [&](int method, Bytes& target) {
+            KelBinarizeImage(src.data(), 3, target.data(), page.size, 0, method, 100, 15, 0);
+        };
+        printTaken("luminance", page,
+                   [&] { KelColorConvert(src.data(), page.size, 3, dst.data(), page.size, 1); });
+        printTaken("KelBinarizeImage method 1", page, [&] { binarize(1, dst); });
+        printTaken("KelBinarizeImage method 2", page, [&] { binarize(2, dst); });
+        printTaken("KelBinarizeImage method 3", page, [&] { binarize(3, dst); });
+        printTaken("KelBinarizeImage method 2, into its source", page, [&] { binarize(2, src); });
+    }
+}
+
+}  // namespace bench
