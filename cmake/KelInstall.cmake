@@ -22,5 +22,18 @@ install(FILES ${CMAKE_BINARY_DIR}/KelImageLibConfig.cmake
               cmake/FindOpenCVLegacy.cmake
         DESTINATION ${KEL_CMAKE_DIR})
 
+# The pkg-config file finds its prefix from its own place, so that `cmake --install --prefix` may choose
+# one after configuring.
+if(IS_ABSOLUTE ${CMAKE_INSTALL_LIBDIR})
+  set(KEL_PC_PREFIX ${CMAKE_INSTALL_PREFIX})
+else()
+  file(RELATIVE_PATH KEL_PC_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+  string(REGEX REPLACE "/$" "" KEL_PC_PREFIX "\${pcfiledir}/${KEL_PC_PREFIX}")
+endif()
+if(IS_ABSOLUTE ${CMAKE_INSTALL_INCLUDEDIR})
+  set(KEL_PC_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR})
+else()
+  set(KEL_PC_INCLUDEDIR "\${prefix}/${CMAKE_INSTALL_INCLUDEDIR}")
+endif()
 configure_file(cmake/KelImageLib.pc.in ${CMAKE_BINARY_DIR}/KelImageLib.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/KelImageLib.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -89,7 +89,9 @@ KEL_API void SetBorder(unsigned char* image, kelSize size, int channels, unsigne
 /// |      |    | with the *source* width as row stride, whatever the target's size              |
 /// | 1    | 3  | the plane three times, into the top left corners                               |
 ///
-/// For 3 to 1 the target may be one of the source planes.
+/// For 3 to 1 the target may overlap the source: it is filled sample by sample, in order. For 1 to
+/// 3 it may overlap as well: the source is read first. Copies must not overlap, unless both are the
+/// same buffer of the same size.
 /// @return 0; -1 when the target is narrower or lower than the source; -2 when a plane count is
 ///         neither 1 nor 3
 KEL_API int KelColorConvert(unsigned char* src, kelSize srcSize, int srcChannels,
@@ -140,7 +142,8 @@ enum {
 /// @param param1     methods 3 to 5: subtracted from the mean. Method 6: upper clamp, unless 0; it
 ///                   wins over the lower one
 /// @return 0, or -1 when `channels` is neither 1 nor 3 (`dst` is then untouched)
-/// @throws cv::Exception from methods 3 to 5, for a block size that OpenCV refuses
+/// @throws cv::Exception from methods 3 to 5, for what OpenCV refuses: a block size that is even or
+///         below 3, an `isOpp` above 1, an image without pixels
 KEL_API int KelBinarizeImage(unsigned char* src, int channels, unsigned char* dst, kelSize size,
                              unsigned char isOpp, int method, int thres, int block_size,
                              int param1);

@@ -25,7 +25,8 @@ inline double parseDecimal(std::string_view text) {
     double value = 0.0;
     const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), value);
     if (result.ec != std::errc::result_out_of_range) return value;
-    const bool tiny = digits.find("e-") != digits.npos || digits.find("E-") != digits.npos;
+    const std::string_view number = digits.substr(0, size_t(result.ptr - digits.data()));
+    const bool tiny = number.find("e-") != number.npos || number.find("E-") != number.npos;
     return std::copysign(tiny ? 0.0 : HUGE_VAL, digits.front() == '-' ? -1.0 : 1.0);
 }
 

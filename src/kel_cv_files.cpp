@@ -54,11 +54,7 @@ int KelLoadImageFiles(const char* name, int* width, int* height, unsigned char**
 }
 
 int KelSaveImage(unsigned char* image, int channels, kelSize size, const char* name) {
-    if (channels != 3) {
-        writeImageFile(fileName(name), planeMat(image, size));
-        return 0;
-    }
-    cv::Mat mat(size.height, size.width, CV_8UC3);
+    cv::Mat mat(size.height, size.width, channels == 3 ? CV_8UC3 : CV_8UC1);
     IplImage header = cvIplImage(mat);
     KelPutIplImage(&header, image);
     writeImageFile(fileName(name), mat);

@@ -1,5 +1,5 @@
-// The only place where image sizes are multiplied, and the wrapping 32-bit arithmetic that some
-// results are defined by.
+// Checked products of image sizes (plane_view.h has the ones of sizes known to be good), and the
+// wrapping 32-bit arithmetic that some results are defined by.
 #pragma once
 
 #include <cstddef>

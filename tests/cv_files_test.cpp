@@ -60,6 +60,12 @@ TEST_F(Files, SavedImagesComeBack) {
     ASSERT_EQ(grey.channels, 3);
     EXPECT_EQ(Bytes(grey.data + 182, grey.data + 273), first);
 
+    // OpenCV refuses images without pixels, and sizes below 0.
+    for (int channels : {1, 3})
+        for (kelSize none : {kelSize{0, 4}, kelSize{4, 0}, kelSize{5, -4}, kelSize{-5, -4}})
+            EXPECT_ANY_THROW(KelSaveImage(colour.data(), channels, none, path("n.bmp").c_str()));
+    EXPECT_FALSE(fs::exists(path("n.bmp")));
+
     // A file of four channels, read as it is, gives a buffer of its size without meaning.
     std::ofstream(path("rgba.pam")) << "P7\nWIDTH 2\nHEIGHT 1\nDEPTH 4\nMAXVAL 255\n"
                                        "TUPLTYPE RGB_ALPHA\nENDHDR\nabcdefgh";

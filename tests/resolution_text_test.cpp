@@ -35,7 +35,7 @@ TEST(TransResolution, TurnsBothTextsIntoDotsPerInchOrReadsTheFirst) {
 
 TEST(DecimalText, ReadsWhatTheStandardCallsRead) {
     for (const char* text : {"", " ", "+5", "-5", "+-5", " 7.5e1z", ".5", "5.", "1e400", "-1e400",
-                             "1e-400", "e5", "-"})
+                             "1e-400", "1e999e-1", "e5", "-"})
         EXPECT_EQ(kel::detail::parseDecimal(text), std::strtod(text, nullptr)) << text;
     for (const char* text : {"", "75", " 75 %", "-3", "+4", "x1", "3.9"})
         EXPECT_EQ(kel::detail::parseInteger(text), std::atoi(text)) << text;

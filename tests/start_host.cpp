@@ -4,6 +4,8 @@
 
 #include <cstdio>
 #include <cstring>
+#include <fstream>
+#include <sstream>
 #include <string>
 
 #include "kel_ImageBasicProcess.h"
@@ -27,8 +29,14 @@ bool isLoaded(const char* part) {
 }
 
 int failed(const char* what) {
-    std::fprintf(stderr, "failed: %s\n", what);
+    std::printf("failed: %s\n", what);
     return 1;
+}
+
+std::string contentOf(const std::string& name) {
+    std::ostringstream text;
+    text << std::ifstream(name).rdbuf();
+    return text.str();
 }
 
 }  // namespace
@@ -44,7 +52,12 @@ int main(int argc, char** argv) {
     if (!isLoaded("libKelImageLib")) return failed("the search finds loaded libraries");
     if (isLoaded("imgcodecs")) return failed("no codecs before the first file call");
 
+    const std::string errors = std::string(argv[2]) + ".stderr";
+    if (!std::freopen(errors.c_str(), "w", stderr)) return failed("catching standard error");
     if (KelSaveImage(page, 1, {3, 2}, argv[2]) != 0) return failed("save gives 0");
+    std::fflush(stderr);
+    const bool told = contentOf(errors).find(std::string("cannot write ") + argv[2]) == 13;
+    if (told == withModule) return failed("a line on standard error, only without the module");
     int width = 0, height = 0, channels = 0;
     unsigned char* back = nullptr;
     const int result = KelLoadImageFiles(argv[2], &width, &height, &back, &channels, 0);

@@ -18,7 +18,7 @@ done
 
 if command -v pkg-config > /dev/null; then
   pc=$(dirname "$(find "$work/prefix" -name KelImageLib.pc)")
-  flags=$(PKG_CONFIG_PATH=$pc pkg-config --define-variable=prefix="$work/prefix" --cflags --libs KelImageLib)
+  flags=$(PKG_CONFIG_PATH=$pc pkg-config --cflags --libs KelImageLib)
   # shellcheck disable=SC2086  # the flags are a list
   g++ -std=c++11 "$source/consumer.cpp" -o "$work/consumer" $flags
   LD_LIBRARY_PATH=$(dirname "$pc") "$work/consumer" "$work/page.png"

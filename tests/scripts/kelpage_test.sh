@@ -54,7 +54,7 @@ expect 1 "$kelpage" binarize "$work/none.png" "$samples" "$work/text.png" "$work
 says '^kelpage: .*/none.png: no such file$'
 says '^kelpage: .*/text.png: not an image, or damaged$'
 says '^kelpage: .*/cut.png: not an image, or damaged$'
-says '3 of 7 files failed'
+says '3 of 7 inputs failed'
 is_png "$work/out/cheque-blank.png"
 is_png "$work/out/form-ruled.png.png"
 is_png "$work/out/form-ruled.png-2.png"
@@ -67,6 +67,14 @@ expect 1 "$kelpage" binarize "$samples/form-ruled.png" -o "$work/page.xyz"
 says 'no image format'
 expect 1 "$kelpage" binarize "$samples" -o "$work/text.png"
 says 'cannot make this folder'
+mkdir "$work/pages" "$work/empty"
+cp "$samples/form-ruled.png" "$work/pages"
+expect 1 "$kelpage" binarize "$work/pages" -o "$work/pages"
+says 'form-ruled.png: would overwrite an input$'
+cmp -s "$work/pages/form-ruled.png" "$samples/form-ruled.png" || fail "an input was overwritten"
+expect 1 "$kelpage" binarize "$work/empty" "$work/pages" -o "$work/some"
+says 'empty: no image files in this folder$'
+is_png "$work/some/form-ruled.png"
 [ -z "$(find "$work" -name '.kelpage-*')" ] || fail "a file written aside was left behind"
 
 # The contact sheet names every picture that it made, and all of them exist.

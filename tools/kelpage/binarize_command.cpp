@@ -1,6 +1,7 @@
 // kelpage binarize: pages in, binary pages out.
 #include <exception>
 #include <iostream>
+#include <new>
 
 #include "commands.h"
 #include "methods.h"
@@ -21,15 +22,16 @@ Settings settingsOf(const BinarizeArguments& arguments) {
 
 /// One file goes to one file; several, or a folder, go into a folder.
 bool isOneToOne(const BinarizeArguments& arguments) {
-    return arguments.inputs.size() == 1 && !fs::is_directory(arguments.inputs[0]) &&
-           !fs::is_directory(arguments.output) && fs::path(arguments.output).has_extension();
+    return arguments.inputs.size() == 1 && !isFolder(arguments.inputs[0]) &&
+           !isFolder(arguments.output) && fs::path(arguments.output).has_extension();
 }
 
 }  // namespace
 
 int runBinarize(const BinarizeArguments& arguments) {
     const Settings settings = settingsOf(arguments);
-    const std::vector<fs::path> files = collectFiles(arguments.inputs);
+    const Inputs inputs = collectFiles(arguments.inputs);
+    const std::vector<fs::path>& files = inputs.files;
     if (files.empty()) return 1;
     std::vector<fs::path> results = {fs::path(arguments.output)};
     if (!isOneToOne(arguments)) {
@@ -42,7 +44,7 @@ int runBinarize(const BinarizeArguments& arguments) {
         }
     }
 
-    size_t failures = 0;
+    size_t failures = inputs.failures;
     Progress progress(files.size());
     for (size_t i = 0; i < files.size(); ++i) {
         progress.show(files[i].filename().string());
@@ -50,7 +52,11 @@ int runBinarize(const BinarizeArguments& arguments) {
         try {
             const Page binary = binarize(loadPage(files[i]), settings);
             atFault = results[i];
-            savePage(binary, results[i]);
+            savePage(binary, results[i], files);
+        } catch (const std::bad_alloc&) {
+            progress.clear();
+            reportError(atFault, "not enough memory");
+            ++failures;
         } catch (const std::exception& error) {
             progress.clear();
             reportError(atFault, error.what());
@@ -60,7 +66,8 @@ int runBinarize(const BinarizeArguments& arguments) {
     }
     progress.clear();
     if (failures > 0 && files.size() > 1)
-        std::cerr << "kelpage: " << failures << " of " << files.size() << " files failed\n";
+        std::cerr << "kelpage: " << failures << " of " << files.size() + inputs.failures
+                  << " inputs failed\n";
     return failures > 0 ? 1 : 0;
 }
 

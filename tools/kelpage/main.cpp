@@ -11,6 +11,8 @@
 namespace {
 
 constexpr int kUsageError = 2;
+constexpr int kSmallestWindow = 3;
+constexpr int kLargestWindow = 999;
 
 std::string methodHelp() {
     std::string help = "How to tell ink from paper, by number or name:";
@@ -49,10 +51,11 @@ void addBinarize(CLI::App& app, kelpage::BinarizeArguments& arguments) {
         "Methods 3 to 5: subtracted from the mean (15). Method 6: highest level (180)");
     command->add_flag("-i,--invert", arguments.invert, "White ink on black paper");
     command->callback([&arguments] {
+        const int window = arguments.blockSize.value_or(kSmallestWindow);
         const bool windowIsGood =
-            !arguments.blockSize || (*arguments.blockSize >= 3 && *arguments.blockSize % 2 == 1);
+            window >= kSmallestWindow && window <= kLargestWindow && window % 2 == 1;
         if (kelpage::isLocal(arguments.method) && !windowIsGood)
-            throw CLI::ValidationError("--block-size", "must be an odd number from 3 on");
+            throw CLI::ValidationError("--block-size", "must be an odd number from 3 to 999");
     });
 }
 

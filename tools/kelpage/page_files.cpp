@@ -45,10 +45,11 @@ Page makePage(kelSize size, int channels) {
 }
 
 Page loadPage(const fs::path& file) {
-    std::error_code ignored;
-    if (!fs::exists(file, ignored)) throw FileError("no such file");
-    if (fs::is_directory(file, ignored)) throw FileError("is a folder");
-    if (!std::ifstream(file)) throw FileError("cannot be opened for reading");
+    std::error_code error;
+    const fs::file_status status = fs::status(file, error);
+    if (status.type() == fs::file_type::not_found) throw FileError("no such file");
+    if (fs::is_directory(status)) throw FileError("is a folder");
+    if (error || !std::ifstream(file)) throw FileError("cannot be opened for reading");
     Page page;
     unsigned char* samples = nullptr;
     if (KelLoadImageFiles(file.c_str(), &page.size.width, &page.size.height, &samples,
@@ -60,12 +61,14 @@ Page loadPage(const fs::path& file) {
     return page;
 }
 
-void savePage(const Page& page, const fs::path& file) {
+void savePage(const Page& page, const fs::path& file, const std::vector<fs::path>& inputs) {
     if (!isImageName(file)) throw FileError("its extension names no image format");
+    std::error_code error;
+    for (const fs::path& input : inputs)
+        if (fs::equivalent(input, file, error)) throw FileError("would overwrite an input");
     // Written aside and renamed, so that an interrupted run leaves no half a file.
     const fs::path aside = file.parent_path() / (".kelpage-" + std::to_string(getpid()) + "-" +
                                                  file.filename().string());
-    std::error_code error;
     try {
         KelSaveImage(page.samples.get(), page.channels, page.size, aside.c_str());
     } catch (const std::exception&) {
@@ -80,23 +83,34 @@ void savePage(const Page& page, const fs::path& file) {
     throw FileError("cannot be written: " + reason);
 }
 
-std::vector<fs::path> collectFiles(const std::vector<std::string>& arguments) {
-    std::vector<fs::path> files;
+bool isFolder(const fs::path& path) {
+    std::error_code error;
+    return fs::is_directory(path, error);
+}
+
+Inputs collectFiles(const std::vector<std::string>& arguments) {
+    Inputs inputs;
     for (const std::string& argument : arguments) {
-        std::error_code error;
-        if (!fs::is_directory(argument, error)) {
-            files.emplace_back(argument);
+        if (!isFolder(argument)) {
+            inputs.files.emplace_back(argument);
             continue;
         }
-        const auto first = static_cast<std::ptrdiff_t>(files.size());
-        for (const auto& entry : fs::directory_iterator(argument, error))
-            if (entry.is_regular_file(error) && isImageName(entry.path()))
-                files.push_back(entry.path());
-        std::sort(files.begin() + first, files.end());
-        if (static_cast<std::ptrdiff_t>(files.size()) == first)
-            reportError(argument, "no image files in this folder");
+        std::vector<fs::path> found;
+        std::error_code error;
+        for (const auto& entry : fs::directory_iterator(argument, error)) {
+            std::error_code entryError;
+            if (entry.is_regular_file(entryError) && isImageName(entry.path()))
+                found.push_back(entry.path());
+        }
+        if (found.empty()) {
+            reportError(argument,
+                        error ? "this folder cannot be read" : "no image files in this folder");
+            ++inputs.failures;
+        }
+        std::sort(found.begin(), found.end());
+        inputs.files.insert(inputs.files.end(), found.begin(), found.end());
     }
-    return files;
+    return inputs;
 }
 
 std::vector<fs::path> resultNames(const std::vector<fs::path>& files, const fs::path& folder) {
@@ -119,11 +133,13 @@ std::vector<fs::path> resultNames(const std::vector<fs::path>& files, const fs::
 void makeFolder(const fs::path& folder) {
     std::error_code error;
     fs::create_directories(folder, error);
-    if (!fs::is_directory(folder)) throw FileError("cannot make this folder");
+    if (!isFolder(folder)) throw FileError("cannot make this folder");
 }
 
 void reportError(const fs::path& file, const std::string& text) {
-    std::cerr << "kelpage: " << file.string() << ": " << text << std::endl;
+    // Some libraries' texts have several lines; the first one says it.
+    const std::string line = text.substr(0, text.find('\n'));
+    std::cerr << "kelpage: " << file.string() << ": " << line << std::endl;
 }
 
 }  // namespace kelpage

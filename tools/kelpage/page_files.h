@@ -42,11 +42,22 @@ Page makePage(kelSize size, int channels);
 Page loadPage(const fs::path& file);
 
 /// Writes a page as the extension of `file` says. The file appears whole or not at all.
+/// @param inputs files that must not be overwritten
 /// @throws FileError
-void savePage(const Page& page, const fs::path& file);
+void savePage(const Page& page, const fs::path& file, const std::vector<fs::path>& inputs);
 
-/// The files that the arguments name: a folder stands for the image files in it, by name.
-std::vector<fs::path> collectFiles(const std::vector<std::string>& arguments);
+/// True for a folder; false for anything else, and for what cannot be looked at.
+bool isFolder(const fs::path& path);
+
+/// Files to work on, and how many arguments gave none.
+struct Inputs {
+    std::vector<fs::path> files;
+    size_t failures = 0;
+};
+
+/// The files that the arguments name: a folder stands for the image files in it, by name. A folder
+/// that gives no file is reported.
+Inputs collectFiles(const std::vector<std::string>& arguments);
 
 /// A name for each file's result in `folder`, without repetition: "page.png", or "page.jpg.png"
 /// where two inputs share a stem.

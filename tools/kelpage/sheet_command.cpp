@@ -85,8 +85,8 @@ std::string safeName(const std::string& name) {
 
 class SheetMaker {
   public:
-    SheetMaker(fs::path folder, Progress& progress)
-        : folder_(std::move(folder)), progress_(progress) {}
+    SheetMaker(fs::path folder, const std::vector<fs::path>& inputs, Progress& progress)
+        : folder_(std::move(folder)), inputs_(inputs), progress_(progress) {}
 
     /// Takes one page through grey and every method, and saves each result.
     Row addPage(const fs::path& file, size_t number) {
@@ -124,11 +124,17 @@ class SheetMaker {
 
   private:
     std::string save(const Page& page, const std::string& name) {
-        savePage(page, folder_ / (name + ".png"));
-        return name + ".png";
+        const std::string file = name + ".png";
+        try {
+            savePage(page, folder_ / file, inputs_);
+        } catch (const FileError& error) {
+            throw FileError("its picture " + file + " " + error.what());
+        }
+        return file;
     }
 
     fs::path folder_;
+    const std::vector<fs::path>& inputs_;
     Progress& progress_;
 };
 
@@ -181,7 +187,8 @@ std::string html(const std::vector<Row>& rows) {
 }  // namespace
 
 int runSheet(const SheetArguments& arguments) {
-    const std::vector<fs::path> files = collectFiles(arguments.inputs);
+    const Inputs inputs = collectFiles(arguments.inputs);
+    const std::vector<fs::path>& files = inputs.files;
     if (files.empty()) return 1;
     const fs::path folder = arguments.folder;
     try {
@@ -192,9 +199,9 @@ int runSheet(const SheetArguments& arguments) {
     }
 
     std::vector<Row> rows;
-    bool failed = false;
+    bool failed = inputs.failures > 0;
     Progress progress(files.size());
-    SheetMaker maker(folder, progress);
+    SheetMaker maker(folder, files, progress);
     for (size_t i = 0; i < files.size(); ++i) {
         try {
             rows.push_back(maker.addPage(files[i], i + 1));
