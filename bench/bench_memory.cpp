@@ -8,6 +8,7 @@
 #include "bench_rows.h"
 #include "kel_ImageBasicProcess.h"
 
+// NOLINTBEGIN(cppcoreguidelines-no-malloc): what `new` is made of
 namespace {
 
 size_t taken = 0;
@@ -38,6 +39,7 @@ void operator delete(void* p, size_t) noexcept {
 void operator delete[](void* p, size_t) noexcept {
     std::free(p);
 }
+// NOLINTEND(cppcoreguidelines-no-malloc)
 
 namespace bench {
 namespace {

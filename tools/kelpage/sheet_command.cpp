@@ -124,7 +124,7 @@ class SheetMaker {
 
   private:
     std::string save(const Page& page, const std::string& name) {
-        const std::string file = name + ".png";
+        std::string file = name + ".png";
         try {
             savePage(page, folder_ / file, inputs_);
         } catch (const FileError& error) {
