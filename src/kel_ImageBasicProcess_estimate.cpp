@@ -51,6 +51,7 @@ class JointHistogram {
 };
 
 JointHistogram countInterior(const unsigned char* src, const unsigned char* guide, kelSize size) {
+    const RowKernels& kernels = rowKernels();
     JointHistogram histogram;
     const ConstPlaneView plane = constPlaneOf(src, size, 0);
     const auto interior = static_cast<size_t>(size.width) - 2;
@@ -62,8 +63,8 @@ JointHistogram countInterior(const unsigned char* src, const unsigned char* guid
             for (size_t i = 0; i < interior; ++i)
                 cells[i] = static_cast<uint16_t>(sample[i] << 8 | other[i]);
         } else {
-            rowKernels().sampleMeanCells(plane.row(y - 1), plane.row(y), plane.row(y + 1),
-                                         cells.data(), interior);
+            kernels.sampleMeanCells(plane.row(y - 1), plane.row(y), plane.row(y + 1), cells.data(),
+                                    interior);
         }
         histogram.add(cells.data(), interior);
     }

@@ -1,7 +1,6 @@
 // kelpage binarize: pages in, binary pages out.
 #include <exception>
 #include <iostream>
-#include <new>
 
 #include "commands.h"
 #include "methods.h"
@@ -53,13 +52,9 @@ int runBinarize(const BinarizeArguments& arguments) {
             const Page binary = binarize(loadPage(files[i]), settings);
             atFault = results[i];
             savePage(binary, results[i], files);
-        } catch (const std::bad_alloc&) {
-            progress.clear();
-            reportError(atFault, "not enough memory");
-            ++failures;
         } catch (const std::exception& error) {
             progress.clear();
-            reportError(atFault, error.what());
+            reportError(atFault, reasonOf(error));
             ++failures;
         }
         progress.step();

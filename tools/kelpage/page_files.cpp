@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iostream>
 #include <map>
+#include <new>
 #include <set>
 
 #include "kel_ImageBasicProcess.h"
@@ -71,9 +72,9 @@ void savePage(const Page& page, const fs::path& file, const std::vector<fs::path
                                                  file.filename().string());
     try {
         KelSaveImage(page.samples.get(), page.channels, page.size, aside.c_str());
-    } catch (const std::exception&) {
+    } catch (const std::exception& failure) {
         fs::remove(aside, error);
-        throw FileError("cannot be written in this format");
+        throw FileError("cannot be written: " + reasonOf(failure));
     }
     if (!fs::exists(aside, error)) throw FileError("cannot be written");
     fs::rename(aside, file, error);
@@ -136,10 +137,15 @@ void makeFolder(const fs::path& folder) {
     if (!isFolder(folder)) throw FileError("cannot make this folder");
 }
 
-void reportError(const fs::path& file, const std::string& text) {
+std::string reasonOf(const std::exception& error) {
+    if (dynamic_cast<const std::bad_alloc*>(&error)) return "not enough memory";
     // Some libraries' texts have several lines; the first one says it.
-    const std::string line = text.substr(0, text.find('\n'));
-    std::cerr << "kelpage: " << file.string() << ": " << line << std::endl;
+    const std::string text = error.what();
+    return text.substr(0, text.find('\n'));
+}
+
+void reportError(const fs::path& file, const std::string& text) {
+    std::cerr << "kelpage: " << file.string() << ": " << text << std::endl;
 }
 
 }  // namespace kelpage

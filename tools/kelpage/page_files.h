@@ -1,6 +1,7 @@
 // Pages in memory, and the files they come from and go to.
 #pragma once
 
+#include <exception>
 #include <filesystem>
 #include <memory>
 #include <stdexcept>
@@ -66,6 +67,9 @@ std::vector<fs::path> resultNames(const std::vector<fs::path>& files, const fs::
 /// Makes a folder with its parents.
 /// @throws FileError
 void makeFolder(const fs::path& folder);
+
+/// Why a piece of work failed, in one line.
+std::string reasonOf(const std::exception& error);
 
 /// "kelpage: FILE: TEXT" on standard error.
 void reportError(const fs::path& file, const std::string& text);

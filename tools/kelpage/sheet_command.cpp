@@ -207,7 +207,7 @@ int runSheet(const SheetArguments& arguments) {
             rows.push_back(maker.addPage(files[i], i + 1));
         } catch (const std::exception& error) {
             progress.clear();
-            reportError(files[i], error.what());
+            reportError(files[i], reasonOf(error));
             failed = true;
         }
         progress.step();
