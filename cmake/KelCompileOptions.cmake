@@ -20,3 +20,7 @@ if(KEL_COVERAGE)
   target_compile_options(kel_flags INTERFACE --coverage)
   target_link_options(kel_flags INTERFACE --coverage)
 endif()
+
+if(KEL_FUZZ)
+  target_compile_options(kel_flags INTERFACE -fsanitize=fuzzer-no-link)
+endif()

@@ -42,6 +42,14 @@ struct RowKernels {
     /// pointers aim at the sample left of the first position. No overlap.
     void (*sampleMeanCells)(const uint8_t* above, const uint8_t* centre, const uint8_t* below,
                             uint16_t* cells, size_t count);
+
+    /// Widens packed bits, the highest of each byte first, to samples of 0 and 1; `flip` 1 turns
+    /// every sample over. No overlap.
+    void (*expandBits)(const uint8_t* bits, uint8_t* samples, size_t count, uint8_t flip);
+
+    /// The inverse: a bit is set where a sample is not 0 (is 0, with `flip` 1); the bits beyond
+    /// `count` in the last byte are 0. No overlap.
+    void (*packBits)(const uint8_t* samples, uint8_t* bits, size_t count, uint8_t flip);
 };
 
 /// The kernels of the best level that the processor has and that is not above `atMost` or the

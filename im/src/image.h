@@ -1,0 +1,59 @@
+// Making and addressing images inside the toolkit.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "im.h"
+
+namespace im {
+
+struct ImageDeleter {
+    void operator()(imImage* image) const { imImageDestroy(image); }
+};
+using ImageHandle = std::unique_ptr<imImage, ImageDeleter>;
+
+/// As imImageCreate, but with samples of any value, for those who write them all; throws
+/// IM_ERR_MEM or, for what no image can be, IM_ERR_DATA.
+ImageHandle makeImage(int width, int height, int colorSpace, int dataType);
+
+/// As imImageCreate (samples 0), with the errors of makeImage.
+ImageHandle makeClearImage(int width, int height, int colorSpace, int dataType);
+
+/// Planes of a colour space; 0 for an unknown one.
+int planesOf(int colorSpace);
+
+/// Bytes of an image, for sizes from 1 on; 0 for more than 2^31 - 1 and for unknown codes.
+int checkedImageBytes(int width, int height, int planes, int dataType);
+
+inline size_t lineBytes(const imImage& image) {
+    return static_cast<size_t>(image.line_size);
+}
+
+/// Samples of one plane.
+inline size_t planeSamples(const imImage& image) {
+    return static_cast<size_t>(image.width) * static_cast<size_t>(image.height);
+}
+
+/// Row `y` of a plane, counted from the top: files count so, planes have the bottom row first.
+inline uint8_t* rowFromTop(imImage& image, int plane, int y) {
+    return static_cast<uint8_t*>(image.data[plane]) +
+           static_cast<size_t>(image.height - 1 - y) * lineBytes(image);
+}
+
+inline const uint8_t* rowFromTop(const imImage& image, int plane, int y) {
+    return static_cast<const uint8_t*>(image.data[plane]) +
+           static_cast<size_t>(image.height - 1 - y) * lineBytes(image);
+}
+
+/// The same row as 16-bit samples; for IM_USHORT.
+inline uint16_t* wideRowFromTop(imImage& image, int plane, int y) {
+    return reinterpret_cast<uint16_t*>(rowFromTop(image, plane, y));
+}
+
+inline const uint16_t* wideRowFromTop(const imImage& image, int plane, int y) {
+    return reinterpret_cast<const uint16_t*>(rowFromTop(image, plane, y));
+}
+
+}  // namespace im
