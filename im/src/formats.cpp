@@ -11,7 +11,12 @@
 namespace im {
 
 // Formats without a mark of their own come last: they accept what looks plausible.
-const Format* const kFormats[] = {&kPnm, nullptr};
+// clang-format off: a line each
+const Format* const kFormats[] = {
+    &kPnm,
+    nullptr,
+};
+// clang-format on
 
 namespace {
 
