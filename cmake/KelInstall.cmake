@@ -3,11 +3,11 @@ include(CMakePackageConfigHelpers)
 
 set(KEL_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/KelImageLib)
 
-install(TARGETS KelImageLib EXPORT KelImageLibTargets
+install(TARGETS KelImageLib im im_process EXPORT KelImageLibTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/KelImageLib)
 install(TARGETS KelImageLib-highgui LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/KelImageLib)
+install(DIRECTORY include/ im/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/KelImageLib)
 if(KEL_BUILD_TOOLS)
   install(TARGETS kelpage RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()

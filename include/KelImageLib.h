@@ -8,5 +8,6 @@
 #include "kel_cv.h"
 #include "kel_debug.h"
 #include "kel_define.h"
+#include "kel_im.h"
 
 #endif  // KELIMAGELIB_H

@@ -1,4 +1,5 @@
-// Takes a page through the installed library: save, load, binarize.
+// Takes a page through the installed library: save, load, binarize, over the toolkit's record and
+// back.
 #include <KelImageLib.h>
 
 #include <cstdio>
@@ -19,7 +20,13 @@ int main(int argc, char** argv) {
     const int result =
         KelBinarizeImage(loaded, channels, binary.data(), size, 0, KEL_BIN_METHOD_AUTO, 0, 0, 0);
     Kel_ReleaseImage(loaded);
-    const bool good = result == 0 && binary[0] == 255 && binary[250] == 0;
+
+    imImage* const record = imImageCreate(width, height, IM_BINARY, IM_BYTE);
+    std::vector<unsigned char> back(page.size());
+    const bool same = KelPutIMLibImage(record, binary.data()) == 0 &&
+                      KelGetIMLibImage(record, back.data()) == 0 && back == binary;
+    imImageDestroy(record);
+    const bool good = same && result == 0 && binary[0] == 255 && binary[250] == 0;
     std::printf("%dx%d, %d planes: %s\n", width, height, channels, good ? "good" : "wrong");
     return good ? 0 : 1;
 }
