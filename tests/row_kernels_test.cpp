@@ -81,6 +81,26 @@ void forEveryTriple(Check check) {
     }
 }
 
+TEST_P(Levels, BitsOfEveryWidth) {
+    for (unsigned n = 0; n <= 130; ++n) {
+        const unsigned start = n % 3;
+        const Bytes bits = test::randomBytes(n / 8 + 8, n),
+                    samples = test::randomBytes(n + 8, n, 0, 3);
+        for (const uint8_t flip : {0, 1}) {
+            Guarded wide(n), packed((n + 7) / 8);
+            kernels.expandBits(&bits[start], wide.data(), n, flip);
+            kernels.packBits(&samples[start], packed.data(), n, flip);
+            Bytes expected((n + 7) / 8);
+            for (unsigned i = 0; i < n; ++i) {
+                ASSERT_EQ(wide.data()[i], (bits[start + i / 8] >> (7 - i % 8) & 1) ^ flip) << n;
+                if ((samples[start + i] != 0) != (flip != 0)) expected[i / 8] |= 128 >> i % 8;
+            }
+            ASSERT_EQ(packed.bytes(), expected) << n;
+            wide.bytes();
+        }
+    }
+}
+
 TEST_P(Levels, LuminanceOfEveryTriple) {
     Bytes out(65536);
     forEveryTriple([&](const Bytes& r, const Bytes& g, const Bytes& b) {

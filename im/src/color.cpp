@@ -53,17 +53,19 @@ void rgbToCmyk(const imImage& src, imImage& dst) {
     std::fill_n(planeOf<Sample>(dst, 3), count, static_cast<Sample>(kHighest<Sample>));
 }
 
+template <class Sample>
 void mapToRgb(const imImage& src, imImage& dst) {
     const size_t count = planeSamples(src);
     const auto* const index = planeOf<const uint8_t>(src, 0);
-    uint8_t table[3][256];
+    constexpr int scale = kHighest<Sample> / 255;
+    Sample table[3][256];
     for (int i = 0; i < 256; ++i) {
-        table[0][i] = src.palette[i].red;
-        table[1][i] = src.palette[i].green;
-        table[2][i] = src.palette[i].blue;
+        table[0][i] = static_cast<Sample>(src.palette[i].red * scale);
+        table[1][i] = static_cast<Sample>(src.palette[i].green * scale);
+        table[2][i] = static_cast<Sample>(src.palette[i].blue * scale);
     }
     for (int p = 0; p < 3; ++p) {
-        auto* const out = planeOf<uint8_t>(dst, p);
+        auto* const out = planeOf<Sample>(dst, p);
         for (size_t i = 0; i < count; ++i)
             out[i] = table[p][index[i]];
     }
@@ -122,8 +124,7 @@ void greysToMap(const imImage& src, imImage& dst) {
 template <class Sample>
 void toRgb(const imImage& src, imImage& dst) {
     if (src.color_space == IM_CMYK) return cmykToRgb<Sample>(src, dst);
-    if constexpr (std::is_same_v<Sample, uint8_t>)
-        if (src.color_space == IM_MAP) return mapToRgb(src, dst);
+    if (src.color_space == IM_MAP) return mapToRgb<Sample>(src, dst);
     require(src.color_space == IM_GRAY || src.color_space == IM_BINARY, IM_ERR_DATA);
     const size_t count = planeSamples(src);
     ImageHandle grey = makeImage(src.width, src.height, IM_GRAY, dst.data_type);
@@ -193,15 +194,7 @@ void convert(const imImage& src, imImage& dst) {
     const int type = isBytesAlways(src) ? dst.data_type : src.data_type;
     require(type == IM_BYTE || type == IM_USHORT, IM_ERR_DATA);
     require(isBytesAlways(dst) || dst.data_type == type, IM_ERR_DATA);
-    if (type == IM_BYTE) return convertAs<uint8_t>(src, dst);
-    if (src.color_space != IM_MAP) return convertAs<uint16_t>(src, dst);
-    // A palette has bytes: through an image of bytes, widened.
-    const ImageHandle narrow = makeImage(src.width, src.height, dst.color_space, IM_BYTE);
-    convertAs<uint8_t>(src, *narrow);
-    const size_t count = planeSamples(dst) * static_cast<size_t>(dst.depth);
-    for (size_t i = 0; i < count; ++i)
-        planeOf<uint16_t>(dst, 0)[i] =
-            static_cast<uint16_t>(planeOf<const uint8_t>(*narrow, 0)[i] * 257);
+    type == IM_BYTE ? convertAs<uint8_t>(src, dst) : convertAs<uint16_t>(src, dst);
 }
 
 }  // namespace
