@@ -147,6 +147,7 @@ int runAll(int argc, char** argv) {
     cv::setNumThreads(1);
     addCopyRows();
     addBridgeRows();
+    addImBridgeRows();
     addBinarizeRows();
     if (!checkRows()) return 1;
     for (size_t i = 0; i < rows().size(); ++i)

@@ -30,6 +30,7 @@ const std::vector<Row>& rows();
 /// Fill the table. One function a subject, called once by main.
 void addCopyRows();
 void addBridgeRows();
+void addImBridgeRows();
 void addBinarizeRows();
 
 /// Prints how much memory the operations take.

@@ -50,6 +50,14 @@ struct RowKernels {
     /// The inverse: a bit is set where a sample is not 0 (is 0, with `flip` 1); the bits beyond
     /// `count` in the last byte are 0. No overlap.
     void (*packBits)(const uint8_t* samples, uint8_t* bits, size_t count, uint8_t flip);
+
+    /// Copies `rows` rows without padding in the reverse order: the first becomes the last. No
+    /// overlap. `stream` as above.
+    void (*turnRows)(const uint8_t* in, uint8_t* out, size_t rowBytes, size_t rows, bool stream);
+
+    /// The same with `mark` for every byte that is not 0. A single row may be done in place.
+    void (*turnRowsMarked)(const uint8_t* in, uint8_t* out, size_t rowBytes, size_t rows,
+                           uint8_t mark, bool stream);
 };
 
 /// The kernels of the best level that the processor has and that is not above `atMost` or the

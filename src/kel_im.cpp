@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "kernels/row_kernels.h"
 #include "sizes.h"
 
 using namespace kel::detail;
@@ -30,31 +31,55 @@ size_t copiedSampleBytes(int dataType) {
     return static_cast<size_t>(std::max(countedSampleBytes(dataType), 1));
 }
 
-// Contiguous bytes, without a branch on their value.
-void copyNonZeroAs(const uint8_t* from, uint8_t* to, size_t count, uint8_t mark) {
-    for (size_t i = 0; i < count; ++i)
-        to[i] = from[i] != 0 ? mark : uint8_t{0};
-}
-
 uint8_t* planeBytesOf(const imImage& image, int plane) {
     return static_cast<uint8_t*>(image.data[plane]);
 }
 
-// Walks the rows of record and buffer together: `copyRow` gets plane, record's row and buffer's
-// row.
-template <class CopyRow>
-void forEachRow(const imImage& record, void* buffer, const CopyRow& copyRow) {
-    const size_t rowBytes = static_cast<size_t>(record.width) * copiedSampleBytes(record.data_type);
-    const auto height = static_cast<size_t>(record.height);
-    auto* plane = static_cast<uint8_t*>(buffer);
-    for (int p = 0; p < record.depth; ++p, plane += rowBytes * height)
-        for (size_t r = 0; r < height; ++r)
-            copyRow(p, planeBytesOf(record, p) + r * rowBytes, plane + (height - 1 - r) * rowBytes,
-                    rowBytes);
+// Every byte that is not 0 becomes `mark`.
+void normalise(uint8_t* bytes, size_t count, uint8_t mark) {
+    rowKernels().turnRowsMarked(bytes, bytes, count, 1, mark, false);
+}
+
+// The planes of a record, their rows taken without padding.
+struct RecordLayout {
+    explicit RecordLayout(const imImage& record)
+        : rowBytes(static_cast<size_t>(record.width) * copiedSampleBytes(record.data_type)),
+          rows(static_cast<size_t>(record.height)),
+          isStreamed(rowBytes * rows * static_cast<size_t>(record.depth) >= kStreamedBytes) {}
+
+    /// From here on an image and its copy no longer fit into the caches.
+    static constexpr size_t kStreamedBytes = 16 << 20;
+
+    size_t rowBytes;
+    size_t rows;
+    bool isStreamed;
+};
+
+// Whether a BINARY record has one byte a sample, as all that the toolkit makes: its plane 0 is then
+// what the normalising pass runs over, and both can be done at once.
+bool isPlainBinary(const imImage& record) {
+    return record.color_space == IM_BINARY && copiedSampleBytes(record.data_type) == 1;
+}
+
+// Turns plane `plane` over from one side to the other. `mark` is for plain binary records.
+void turnPlane(const imImage& record, const RecordLayout& layout, int plane, const uint8_t* from,
+               uint8_t* to, uint8_t mark) {
+    if (isPlainBinary(record) && plane == 0)
+        rowKernels().turnRowsMarked(from, to, layout.rowBytes, layout.rows, mark,
+                                    layout.isStreamed);
+    else
+        rowKernels().turnRows(from, to, layout.rowBytes, layout.rows, layout.isStreamed);
 }
 
 bool hasSamples(const imImage& image) {
     return image.width > 0 && image.height > 0 && image.depth > 0;
+}
+
+// Normalises the bytes that the binary convention speaks of, where turnPlane has not.
+void normaliseWideBinary(const imImage& record, uint8_t* first, uint8_t mark) {
+    if (record.color_space == IM_BINARY && !isPlainBinary(record))
+        normalise(first, static_cast<size_t>(record.width) * static_cast<size_t>(record.height),
+                  mark);
 }
 
 bool isWithin(const imImage& image, int x, int y, int w, int h) {
@@ -81,40 +106,22 @@ int KelCalImImageDataSize(imImage* image) {
 int KelGetIMLibImage(imImage* src, void* dst) {
     if (src->data_type == IM_CFLOAT) return 1;
     if (!hasSamples(*src)) return 0;
-    // Only the first width times height bytes of the buffer are normalised: plane 0, where samples
-    // are bytes as with every BINARY record that the toolkit makes.
-    const bool binary = src->color_space == IM_BINARY;
-    const bool fused = binary && copiedSampleBytes(src->data_type) == 1;
-    forEachRow(*src, dst, [&](int plane, const uint8_t* from, uint8_t* to, size_t bytes) {
-        if (fused && plane == 0)
-            copyNonZeroAs(from, to, bytes, 255);
-        else
-            std::memcpy(to, from, bytes);
-    });
-    if (binary && !fused) {
-        auto* const first = static_cast<uint8_t*>(dst);
-        copyNonZeroAs(first, first,
-                      static_cast<size_t>(src->width) * static_cast<size_t>(src->height), 255);
-    }
+    const RecordLayout layout(*src);
+    auto* plane = static_cast<uint8_t*>(dst);
+    for (int p = 0; p < src->depth; ++p, plane += layout.rowBytes * layout.rows)
+        turnPlane(*src, layout, p, planeBytesOf(*src, p), plane, 255);
+    normaliseWideBinary(*src, static_cast<uint8_t*>(dst), 255);
     return 0;
 }
 
 int KelPutIMLibImage(imImage* dst, void* src) {
     if (dst->data_type == IM_CFLOAT) return 1;
     if (!hasSamples(*dst)) return 0;
-    const bool binary = dst->color_space == IM_BINARY;
-    const bool fused = binary && copiedSampleBytes(dst->data_type) == 1;
-    forEachRow(*dst, src, [&](int plane, uint8_t* to, const uint8_t* from, size_t bytes) {
-        if (fused && plane == 0)
-            copyNonZeroAs(from, to, bytes, 1);
-        else
-            std::memcpy(to, from, bytes);
-    });
-    if (binary && !fused) {
-        uint8_t* const first = planeBytesOf(*dst, 0);
-        copyNonZeroAs(first, first,
-                      static_cast<size_t>(dst->width) * static_cast<size_t>(dst->height), 1);
-    }
+    const RecordLayout layout(*dst);
+    const auto* plane = static_cast<const uint8_t*>(src);
+    for (int p = 0; p < dst->depth; ++p, plane += layout.rowBytes * layout.rows)
+        turnPlane(*dst, layout, p, plane, planeBytesOf(*dst, p), 1);
+    normaliseWideBinary(*dst, planeBytesOf(*dst, 0), 1);
     return 0;
 }
 
@@ -126,7 +133,7 @@ int KelGetSubIMLibImage(imImage* src, unsigned char* dst, int x, int y, int w, i
         for (int j = 0; j < h; ++j, to += width)
             std::memcpy(to, placeInPlane(*src, p, x, y + j), width);
     if (src->color_space == IM_BINARY && src->depth > 0)
-        copyNonZeroAs(dst, dst, width * static_cast<size_t>(h), 255);
+        normalise(dst, width * static_cast<size_t>(h), 255);
     return 0;
 }
 
@@ -137,10 +144,8 @@ int KelPutSubIMLibImage(imImage* dst, unsigned char* src, int x, int y, int w, i
     for (int p = 0; p < dst->depth; ++p)
         for (int j = 0; j < h; ++j, from += width)
             std::memcpy(placeInPlane(*dst, p, x, y + j), from, width);
-    if (dst->color_space == IM_BINARY && dst->depth > 0) {
-        // The start of the plane, and not the region: kept so.
-        uint8_t* const first = planeBytesOf(*dst, 0);
-        copyNonZeroAs(first, first, width * static_cast<size_t>(h), 1);
-    }
+    // The start of the plane, and not the region: kept so.
+    if (dst->color_space == IM_BINARY && dst->depth > 0)
+        normalise(planeBytesOf(*dst, 0), width * static_cast<size_t>(h), 1);
     return 0;
 }

@@ -101,6 +101,25 @@ TEST_P(Levels, BitsOfEveryWidth) {
     }
 }
 
+TEST_P(Levels, RowsTurnedOver) {
+    for (unsigned bytes = 1; bytes <= 200; bytes += 1 + bytes / 40)
+        for (const size_t rows : {0U, 1U, 2U, 5U})
+            for (const bool stream : {false, true}) {
+                const Bytes in = test::randomBytes(bytes * rows, bytes, 0, 3);
+                Guarded turned(in.size()), marked(in.size());
+                kernels.turnRows(in.data(), turned.data(), bytes, rows, stream);
+                kernels.turnRowsMarked(in.data(), marked.data(), bytes, rows, 9, stream);
+                Bytes expected;
+                for (size_t row = rows; row-- > 0;)
+                    expected.insert(expected.end(), in.begin() + ptrdiff_t(row * bytes),
+                                    in.begin() + ptrdiff_t((row + 1) * bytes));
+                ASSERT_EQ(turned.bytes(), expected) << bytes << " by " << rows;
+                for (auto& b : expected)
+                    b = b != 0 ? 9 : 0;
+                ASSERT_EQ(marked.bytes(), expected) << bytes << " by " << rows;
+            }
+}
+
 TEST_P(Levels, LuminanceOfEveryTriple) {
     Bytes out(65536);
     forEveryTriple([&](const Bytes& r, const Bytes& g, const Bytes& b) {
