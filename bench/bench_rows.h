@@ -31,6 +31,7 @@ const std::vector<Row>& rows();
 void addCopyRows();
 void addBridgeRows();
 void addImBridgeRows();
+void addImFileRows();
 void addBinarizeRows();
 
 /// Prints how much memory the operations take.
