@@ -90,5 +90,8 @@ void limitPageBytes(int bytes);
 
 /// The formats, one per file.
 extern const Format kPnm;
+extern const Format kRas;
+extern const Format kSgi;
+extern const Format kTga;
 
 }  // namespace im

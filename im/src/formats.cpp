@@ -14,6 +14,9 @@ namespace im {
 // clang-format off: a line each
 const Format* const kFormats[] = {
     &kPnm,
+    &kRas,
+    &kSgi,
+    &kTga,
     nullptr,
 };
 // clang-format on
