@@ -14,7 +14,9 @@ namespace im {
 // clang-format off: a line each
 const Format* const kFormats[] = {
     &kPnm,
+    &kLed,
     &kRas,
+    &kRaw,
     &kSgi,
     &kTga,
     nullptr,
