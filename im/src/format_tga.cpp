@@ -38,7 +38,9 @@ struct Header {
     int pixelBytes() const { return (depth + 7) / 8; }
     int mapEntryBytes() const { return (mapDepth + 7) / 8; }
     uint64_t mapAt() const { return kHeaderBytes + static_cast<uint64_t>(idBytes); }
-    uint64_t mapBytes() const { return static_cast<uint64_t>(mapCount * mapEntryBytes()); }
+    uint64_t mapBytes() const {
+        return static_cast<uint64_t>(mapCount) * static_cast<uint64_t>(mapEntryBytes());
+    }
     bool hasEmptyMapFields() const { return (mapFirst | mapCount | mapDepth) == 0; }
 };
 
