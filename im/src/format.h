@@ -61,6 +61,7 @@ struct Format {
 
     /// Tells by the content whether a file is of this format. `head` is its first bytes
     /// (kHeadBytes, or the whole of a shorter file); the file may be read further.
+    /// Null, as `open`, where files are only written.
     bool (*probe)(Bytes head, BinaryFile& file);
     std::unique_ptr<Reader> (*open)(BinaryFile& file);
     std::unique_ptr<Writer> (*create)(BinaryFile& file);
@@ -90,5 +91,10 @@ void limitPageBytes(int bytes);
 
 /// The formats, one per file.
 extern const Format kPnm;
+extern const Format kLed;
+extern const Format kRas;
+extern const Format kRaw;
+extern const Format kSgi;
+extern const Format kTga;
 
 }  // namespace im

@@ -14,6 +14,11 @@ namespace im {
 // clang-format off: a line each
 const Format* const kFormats[] = {
     &kPnm,
+    &kLed,
+    &kRas,
+    &kRaw,
+    &kSgi,
+    &kTga,
     nullptr,
 };
 // clang-format on
