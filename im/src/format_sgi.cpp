@@ -155,7 +155,7 @@ class SgiWriter : public Writer {
 
     void writePage(const imImage& image, const std::string& compression,
                    const Attributes&) override {
-        require(image.width <= kLongestSide && image.height <= kLongestSide, IM_ERR_MEM);
+        require(image.width <= kLongestSide && image.height <= kLongestSide, IM_ERR_DATA);
         ByteWriter out(file_);
         const bool coded = compression == "RLE";
         const auto rows = static_cast<size_t>(image.height) * static_cast<size_t>(image.depth);

@@ -232,7 +232,7 @@ class TgaWriter : public Writer {
     // The bottom row comes first: the one order that every reader knows.
     void writePage(const imImage& image, const std::string& compression,
                    const Attributes&) override {
-        require(image.width <= kLongestSide && image.height <= kLongestSide, IM_ERR_MEM);
+        require(image.width <= kLongestSide && image.height <= kLongestSide, IM_ERR_DATA);
         ByteWriter out(file_);
         const bool coded = compression == "RLE";
         writeHeader(image, coded, out);
