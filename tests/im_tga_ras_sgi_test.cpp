@@ -282,8 +282,8 @@ TEST(ImTgaRasSgi, WritersConvertOrRefuse) {
     EXPECT_EQ(errorOf({wide.get()}, "TGA"), IM_ERR_DATA);
     EXPECT_EQ(errorOf({wide.get()}, "RAS"), IM_ERR_DATA);
     EXPECT_EQ(errorOf({real.get()}, "SGI"), IM_ERR_DATA);
-    EXPECT_EQ(errorOf({huge.get()}, "TGA"), IM_ERR_MEM);
-    EXPECT_EQ(errorOf({huge.get()}, "SGI"), IM_ERR_MEM);
+    EXPECT_EQ(errorOf({huge.get()}, "TGA"), IM_ERR_DATA);
+    EXPECT_EQ(errorOf({huge.get()}, "SGI"), IM_ERR_DATA);
     EXPECT_EQ(errorOf({map.get(), map.get()}, "RAS"), IM_ERR_DATA);
 }
 
