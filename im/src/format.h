@@ -89,6 +89,9 @@ void checkPage(const PageInfo& info, uint64_t sourceBytes, double bestRatio);
 void limitPageBytes(int bytes);
 
 /// The formats, one per file.
+extern const Format kBmp;
+extern const Format kIco;
+extern const Format kPcx;
 extern const Format kPnm;
 
 }  // namespace im

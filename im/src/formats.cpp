@@ -14,6 +14,9 @@ namespace im {
 // clang-format off: a line each
 const Format* const kFormats[] = {
     &kPnm,
+    &kBmp,
+    &kIco,
+    &kPcx,
     nullptr,
 };
 // clang-format on
