@@ -50,7 +50,7 @@ struct Header {
 
 bool isKnownDepth(int bits, int planes) {
     if (planes == 1) return bits == 1 || bits == 2 || bits == 4 || bits == 8;
-    if (bits == 1) return planes <= 4;
+    if (bits == 1) return planes >= 2 && planes <= 4;
     return (bits == 4 || bits == 8) && (planes == 3 || planes == 4);
 }
 
