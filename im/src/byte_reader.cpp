@@ -74,6 +74,16 @@ size_t ByteReader::some(void* to, size_t count) {
     return done;
 }
 
+const uint8_t* ByteReader::view(size_t count, std::vector<uint8_t>& room) {
+    if (count > static_cast<size_t>(end_ - at_)) {
+        room.resize(count);
+        bytes(room.data(), count);
+        return room.data();
+    }
+    at_ += count;
+    return at_ - count;
+}
+
 void ByteReader::seek(uint64_t position) {
     if (file_.whole().data != nullptr) {
         at_ = start_ + std::min(position, size_);

@@ -26,6 +26,9 @@ class ByteReader {
     void bytes(void* to, size_t count);
     /// Reads up to `count` bytes; fewer only at the end of the file.
     size_t some(void* to, size_t count);
+    /// The next `count` bytes: in place where memory holds them all, else copied into `room`. They
+    /// last until the next call.
+    const uint8_t* view(size_t count, std::vector<uint8_t>& room);
     void skip(uint64_t count) { seek(tell() + count); }
     /// A place beyond the end is accepted; reading there is not.
     void seek(uint64_t position);

@@ -90,6 +90,9 @@ void checkPage(const PageInfo& info, uint64_t sourceBytes, double bestRatio);
 void limitPageBytes(int bytes);
 
 /// The formats, one per file.
+extern const Format kBmp;
+extern const Format kIco;
+extern const Format kPcx;
 extern const Format kPnm;
 extern const Format kLed;
 extern const Format kRas;

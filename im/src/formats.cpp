@@ -19,6 +19,9 @@ const Format* const kFormats[] = {
     &kRaw,
     &kSgi,
     &kTga,
+    &kBmp,
+    &kIco,
+    &kPcx,
     nullptr,
 };
 // clang-format on

@@ -34,6 +34,10 @@ void packSamples(const uint8_t* samples, uint8_t* packed, int width, int bits) {
         rowKernels().packBits(samples, packed, count, 0);
         return;
     }
+    if (bits == 8) {
+        std::memmove(packed, samples, count);
+        return;
+    }
     const size_t perByte = 8 / static_cast<size_t>(bits);
     std::memset(packed, 0, packedBytes(width, bits));
     for (size_t x = 0; x < count; ++x)
