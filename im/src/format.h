@@ -89,6 +89,8 @@ void checkPage(const PageInfo& info, uint64_t sourceBytes, double bestRatio);
 void limitPageBytes(int bytes);
 
 /// The formats, one per file.
+extern const Format kGif;
+extern const Format kPng;
 extern const Format kPnm;
 
 }  // namespace im
