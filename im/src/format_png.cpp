@@ -88,9 +88,10 @@ void readHeader(Decoder& decoder, ByteReader& in) {
     });
 }
 
-/// Seven passes of an interlaced image, one of another: the pixels that each has.
+/// Seven passes of an interlaced image, one of another: the pixels that each has. Unsigned, as one
+/// step beyond the largest image must not overflow.
 struct Pass {
-    int firstX, stepX, firstY, stepY;
+    uint32_t firstX, stepX, firstY, stepY;
 };
 
 constexpr Pass kWholeImage{0, 1, 0, 1};
@@ -126,7 +127,7 @@ class PngReader : public Reader {
         row_.resize(packedBytes(image.width, storedBits_));
         if (!interlaced_) return readPass(decoder.png, image, kWholeImage);
         for (const Pass& pass : kInterlaced)
-            if (pass.firstX < image.width && pass.firstY < image.height)
+            if (pass.firstX < width(image) && pass.firstY < height(image))
                 readPass(decoder.png, image, pass);
     }
 
@@ -134,6 +135,9 @@ class PngReader : public Reader {
     std::string compression() override { return "DEFLATE"; }
 
   private:
+    static uint32_t width(const imImage& image) { return static_cast<uint32_t>(image.width); }
+    static uint32_t height(const imImage& image) { return static_cast<uint32_t>(image.height); }
+
     void takeHeader(const Decoder& decoder) {
         const png_structp png = decoder.png;
         const png_infop info = decoder.info;
@@ -181,8 +185,8 @@ class PngReader : public Reader {
     // their pixels side by side.
     void readPass(png_structp png, imImage& image, const Pass& pass) {
         guarded(png, [&] {
-            for (int y = pass.firstY; y < image.height; y += pass.stepY)
-                readRow(png, image, y, pass);
+            for (uint32_t y = pass.firstY; y < height(image); y += pass.stepY)
+                readRow(png, image, static_cast<int>(y), pass);
         });
     }
 
@@ -211,14 +215,13 @@ class PngReader : public Reader {
         if (pass.stepX == 1)
             unpackSamples(row_.data(), samples, image.width, bits_);
         else
-            for (int x = pass.firstX, i = 0; x < image.width; x += pass.stepX, ++i) {
-                const int bit = i * bits_;
-                samples[x] = static_cast<uint8_t>(row_[static_cast<size_t>(bit / 8)] >>
-                                                      (8 - bits_ - bit % 8) &
-                                                  ((1 << bits_) - 1));
+            for (uint32_t x = pass.firstX; x < width(image); x += pass.stepX) {
+                const uint64_t bit = uint64_t{x / pass.stepX} * static_cast<unsigned>(bits_);
+                const unsigned low = 8 - static_cast<unsigned>(bits_) - bit % 8;
+                samples[x] = static_cast<uint8_t>(row_[bit / 8] >> low & ((1 << bits_) - 1));
             }
         if (scale_ == 1 && flip_ == 0) return;
-        for (int x = pass.firstX; x < image.width; x += pass.stepX)
+        for (uint32_t x = pass.firstX; x < width(image); x += pass.stepX)
             samples[x] = static_cast<uint8_t>((samples[x] ^ flip_) * scale_);
     }
 
@@ -226,7 +229,7 @@ class PngReader : public Reader {
         for (int p = 0; p < image.depth; ++p) {
             uint8_t* const samples = rowFromTop(image, p, y);
             const uint8_t* from = &row_[static_cast<size_t>(p)];
-            for (int x = pass.firstX; x < image.width; x += pass.stepX, from += image.depth)
+            for (uint32_t x = pass.firstX; x < width(image); x += pass.stepX, from += image.depth)
                 samples[x] = *from;
         }
     }
@@ -235,8 +238,9 @@ class PngReader : public Reader {
         for (int p = 0; p < image.depth; ++p) {
             uint16_t* const samples = wideRowFromTop(image, p, y);
             const uint8_t* from = &row_[2 * static_cast<size_t>(p)];
-            for (int x = pass.firstX; x < image.width; x += pass.stepX, from += 2 * image.depth)
-                wideFromBigEndian(from, &samples[x], 1);
+            const size_t step = 2 * static_cast<size_t>(image.depth);
+            for (uint32_t x = pass.firstX; x < width(image); x += pass.stepX, from += step)
+                samples[x] = static_cast<uint16_t>(from[0] << 8 | from[1]);
         }
     }
 
@@ -327,8 +331,11 @@ class PngWriter : public Writer {
             const auto depth = static_cast<size_t>(image.depth);
             for (size_t p = 0; p < depth; ++p) {
                 const uint16_t* const samples = wideRowFromTop(image, static_cast<int>(p), y);
-                for (size_t x = 0; x < width; ++x)
-                    wideToBigEndian(&samples[x], &row_[2 * (depth * x + p)], 1);
+                uint8_t* to = &row_[2 * p];
+                for (size_t x = 0; x < width; ++x, to += 2 * depth) {
+                    to[0] = static_cast<uint8_t>(samples[x] >> 8);
+                    to[1] = static_cast<uint8_t>(samples[x]);
+                }
             }
         }
         return row_.data();
