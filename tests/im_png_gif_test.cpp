@@ -244,4 +244,16 @@ TEST(ImPngGif, RefuseDamage) {
     EXPECT_EQ(loaded(damaged).error, IM_ERR_ACCESS);
 }
 
+TEST(ImPngGif, TellWhenTheFileIsFull) {
+    const Im image = randomIm(90, 90, IM_GRAY);
+    for (const char* format : {"PNG", "GIF"}) {
+        unsigned char room[900];
+        imBinMemoryFileName block{room, sizeof room, 0.0F};
+        const ImFile file(inMemory(
+            [&] { return imFileNew(reinterpret_cast<const char*>(&block), format, nullptr); }));
+        ASSERT_NE(file, nullptr);
+        EXPECT_EQ(imFileSaveImage(file.get(), image.get()), IM_ERR_ACCESS);
+    }
+}
+
 }  // namespace
