@@ -93,6 +93,8 @@ void limitPageBytes(int bytes);
 extern const Format kBmp;
 extern const Format kIco;
 extern const Format kPcx;
+extern const Format kGif;
+extern const Format kPng;
 extern const Format kPnm;
 extern const Format kLed;
 extern const Format kRas;

@@ -13,6 +13,8 @@ namespace im {
 // Formats without a mark of their own come last: they accept what looks plausible.
 // clang-format off: a line each
 const Format* const kFormats[] = {
+    &kGif,
+    &kPng,
     &kPnm,
     &kLed,
     &kRas,

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "image.h"
+
 namespace im {
 
 namespace {
@@ -28,6 +30,12 @@ void setPalette(imImage& image, const imPaletteColor* colors, int count) {
     std::copy(colors, colors + used, image.palette);
     std::fill(image.palette + used, image.palette + 256, imPaletteColor{0, 0, 0});
     image.palette_count = std::max(used, 1);
+}
+
+int colorsInUse(const imImage& image) {
+    const auto* const index = static_cast<const uint8_t*>(image.data[0]);
+    const int highest = *std::max_element(index, index + planeSamples(image));
+    return std::max(image.palette_count, highest + 1);
 }
 
 int paletteFor(const imImage& image, imPaletteColor* colors) {

@@ -19,6 +19,9 @@ PaletteKind kindOfPalette(const imPaletteColor* colors, int count);
 /// Stores `count` entries (at most 256) into an IM_MAP image; black beyond.
 void setPalette(imImage& image, const imPaletteColor* colors, int count);
 
+/// Entries that an IM_MAP image needs: those that count, and more where its indexes go beyond.
+int colorsInUse(const imImage& image);
+
 /// The palette that stands for an image in such formats; writes 256 entries, returns how many
 /// count.
 int paletteFor(const imImage& image, imPaletteColor* colors);
