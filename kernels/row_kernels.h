@@ -50,6 +50,16 @@ struct RowKernels {
     /// The inverse: a bit is set where a sample is not 0 (is 0, with `flip` 1); the bits beyond
     /// `count` in the last byte are 0. No overlap.
     void (*packBits)(const uint8_t* samples, uint8_t* bits, size_t count, uint8_t flip);
+
+    /// A bit is set where a sample is not 0, the first sample in the lowest bit of the first word;
+    /// the bits beyond `count` in the last word are 0. Returns the number of runs of set bits.
+    size_t (*packNonZero)(const uint8_t* samples, uint64_t* words, size_t count);
+
+    /// Adds `weight` times each sample to its sum, modulo 2^32.
+    void (*addWeighted)(const uint8_t* samples, uint32_t weight, uint32_t* sums, size_t count);
+
+    /// Means of 2 by 2 samples, halves up: `count` of them from two rows. No overlap.
+    void (*halve)(const uint8_t* above, const uint8_t* below, uint8_t* means, size_t count);
 };
 
 /// The kernels of the best level that the processor has and that is not above `atMost` or the
