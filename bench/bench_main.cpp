@@ -148,6 +148,7 @@ int runAll(int argc, char** argv) {
     addCopyRows();
     addBridgeRows();
     addBinarizeRows();
+    addImProcessRows();
     if (!checkRows()) return 1;
     for (size_t i = 0; i < rows().size(); ++i)
         for (bool ours : {true, false})

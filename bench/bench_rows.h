@@ -31,6 +31,7 @@ const std::vector<Row>& rows();
 void addCopyRows();
 void addBridgeRows();
 void addBinarizeRows();
+void addImProcessRows();
 
 /// Prints how much memory the operations take.
 void printMemoryTable();
