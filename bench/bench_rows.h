@@ -33,6 +33,7 @@ void addBridgeRows();
 void addImBridgeRows();
 void addImFileRows();
 void addBinarizeRows();
+void addImProcessRows();
 
 /// Prints how much memory the operations take.
 void printMemoryTable();

@@ -58,6 +58,16 @@ struct RowKernels {
     /// The same with `mark` for every byte that is not 0. A single row may be done in place.
     void (*turnRowsMarked)(const uint8_t* in, uint8_t* out, size_t rowBytes, size_t rows,
                            uint8_t mark, bool stream);
+
+    /// A bit is set where a sample is not 0, the first sample in the lowest bit of the first word;
+    /// the bits beyond `count` in the last word are 0. Returns the number of runs of set bits.
+    size_t (*packNonZero)(const uint8_t* samples, uint64_t* words, size_t count);
+
+    /// Adds `weight` times each sample to its sum, modulo 2^32.
+    void (*addWeighted)(const uint8_t* samples, uint32_t weight, uint32_t* sums, size_t count);
+
+    /// Means of 2 by 2 samples, halves up: `count` of them from two rows. No overlap.
+    void (*halve)(const uint8_t* above, const uint8_t* below, uint8_t* means, size_t count);
 };
 
 /// The kernels of the best level that the processor has and that is not above `atMost` or the

@@ -67,6 +67,36 @@ TEST_P(Levels, EveryWidthAndStart) {
     }
 }
 
+TEST_P(Levels, BitsSumsAndHalves) {
+    for (unsigned n = 0; n <= 200; ++n) {
+        const unsigned start = n % 5;
+        Bytes in = test::randomBytes(2 * n + 8, n), below = test::randomBytes(2 * n + 8, n + 1000);
+        for (size_t i = 0; i < in.size(); ++i)
+            if (below[i] % 3 != 0) in[i] = n % 2 == 0 ? 0 : static_cast<unsigned char>(1 << i % 8);
+        const unsigned char* const p = &in[start];
+        const size_t words = (n + 63) / 64;
+        Guarded bits(8 * words), sums(4 * n), means(n);
+        const size_t runs = kernels.packNonZero(p, reinterpret_cast<uint64_t*>(bits.data()), n);
+        auto* const sum = reinterpret_cast<uint32_t*>(sums.data());
+        kernels.addWeighted(p, 0x01020304U, sum, n);
+        kernels.halve(p, &below[start], means.data(), n);
+        size_t starts = 0;
+        for (unsigned i = 0; i < 64 * words; ++i) {
+            const bool set = i < n && p[i] != 0;
+            starts += set && (i == 0 || p[i - 1] == 0);
+            ASSERT_EQ((bits.data()[i / 8] >> i % 8 & 1) != 0, set) << n << " at " << i;
+        }
+        ASSERT_EQ(runs, starts) << n;
+        for (unsigned i = 0; i < n; ++i) {
+            ASSERT_EQ(sum[i], 0xABABABABU + 0x01020304U * p[i]) << n << " at " << i;
+            const unsigned char* const q = &below[start];
+            ASSERT_EQ(means.data()[i], (p[2 * i] + p[2 * i + 1] + q[2 * i] + q[2 * i + 1] + 2) / 4);
+        }
+        for (const Guarded* out : {&bits, &sums, &means})
+            out->bytes();
+    }
+}
+
 /// Calls check(r, g, b) with planes of 65536 samples, which together hold every triple.
 template <class Check>
 void forEveryTriple(Check check) {

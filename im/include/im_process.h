@@ -30,11 +30,11 @@ IM_API int imProcessOtsuThreshold(const imImage* src, imImage* dst);
 /// as they lie in the record) of each region's first pixel; 0 is background.
 /// @param src          IM_BINARY or IM_GRAY, IM_BYTE
 /// @param dst          IM_GRAY of the same size, IM_USHORT or IM_INT. An IM_USHORT image numbers
-/// the
-///                     first 65,535 regions; the pixels of any further one are written 0
+///                     the first 65,535 regions; the pixels of any further one are written 0
 /// @param connect      4 or 8
 /// @param touch_border 0 leaves out the regions that touch the border of the image
-/// @return the highest number written; 0 with `dst` untouched when the arguments are not such
+/// @return the highest number written; 0 with `dst` untouched when the arguments are not such or
+///         memory is short
 IM_API int imAnalyzeFindRegions(const imImage* src, imImage* dst, int connect, int touch_border);
 
 /// Writes 0 over whole connected regions of samples that are not 0, by their number of pixels.
@@ -43,7 +43,8 @@ IM_API int imAnalyzeFindRegions(const imImage* src, imImage* dst, int connect, i
 /// @param connect    4 or 8
 /// @param start_size,end_size  bounds, both inclusive; an `end_size` of 0 or less is no upper bound
 /// @param inside     0 removes regions outside the bounds; otherwise those within
-/// @return IM_ERR_NONE; IM_ERR_DATA, with `dst` untouched, when the arguments are not such
+/// @return IM_ERR_NONE; with `dst` untouched IM_ERR_DATA, when the arguments are not such, or
+///         IM_ERR_MEM
 IM_API int imProcessRemoveByArea(const imImage* src, imImage* dst, int connect, int start_size,
                                  int end_size, int inside);
 

@@ -1,5 +1,6 @@
 // Otsu's global threshold.
 #include <cstdint>
+#include <cstring>
 
 #include "im_process.h"
 #include "image.h"
@@ -7,18 +8,25 @@
 namespace im {
 namespace {
 
-// Four tables in turn, so that equal neighbours do not wait for each other.
+// Eight tables in turn, so that equal neighbours do not wait for each other.
 void countSamples(const uint8_t* samples, size_t count, uint32_t histogram[256]) {
-    uint32_t tables[4][256] = {};
+    uint32_t tables[8][256] = {};
     size_t i = 0;
-    for (; i + 4 <= count; i += 4)
-        for (size_t k = 0; k < 4; ++k)
-            ++tables[k][samples[i + k]];
+    for (; i + 8 <= count; i += 8) {
+        uint64_t eight = 0;
+        std::memcpy(&eight, samples + i, sizeof eight);
+        for (auto& table : tables) {
+            ++table[eight & 255];
+            eight >>= 8;
+        }
+    }
     for (; i < count; ++i)
         ++tables[0][samples[i]];
-    for (int level = 0; level < 256; ++level)
-        histogram[level] =
-            tables[0][level] + tables[1][level] + tables[2][level] + tables[3][level];
+    for (int level = 0; level < 256; ++level) {
+        histogram[level] = 0;
+        for (const auto& table : tables)
+            histogram[level] += table[level];
+    }
 }
 
 __extension__ using Int128 = __int128;
@@ -63,7 +71,8 @@ int imProcessOtsuThreshold(const imImage* src, imImage* dst) {
     uint32_t histogram[256];
     im::countSamples(in, count, histogram);
     const int level = im::otsuLevel(histogram, count);
+    const auto highestBelow = static_cast<uint8_t>(level);  // bytes against bytes: half the time
     for (size_t i = 0; i < count; ++i)
-        out[i] = in[i] > level ? 1 : 0;
+        out[i] = in[i] > highestBelow ? 1 : 0;
     return level;
 }
