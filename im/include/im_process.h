@@ -39,7 +39,7 @@ IM_API int imAnalyzeFindRegions(const imImage* src, imImage* dst, int connect, i
 
 /// Writes 0 over whole connected regions of samples that are not 0, by their number of pixels.
 /// Regions at the border count like any other. `dst` may be `src`.
-/// @param src        IM_BINARY or IM_GRAY, IM_BYTE; `dst` likewise, of the same size
+/// @param src        IM_BINARY or IM_GRAY, IM_BYTE; `dst` of the same kind and size
 /// @param connect    4 or 8
 /// @param start_size,end_size  bounds, both inclusive; an `end_size` of 0 or less is no upper bound
 /// @param inside     0 removes regions outside the bounds; otherwise those within

@@ -94,7 +94,8 @@ int imAnalyzeFindRegions(const imImage* src, imImage* dst, int connect, int touc
 
 int imProcessRemoveByArea(const imImage* src, imImage* dst, int connect, int start_size,
                           int end_size, int inside) try {
-    if (!im::isOneBytePlane(src) || !im::isOneBytePlane(dst) || !im::haveSameSize(*src, *dst) ||
+    if (!im::isOneBytePlane(src) || !im::isOneBytePlane(dst) ||
+        src->color_space != dst->color_space || !im::haveSameSize(*src, *dst) ||
         (connect != 4 && connect != 8))
         return IM_ERR_DATA;
     const im::RunLabels labels = im::labelImage(*src, connect);
