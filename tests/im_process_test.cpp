@@ -347,7 +347,7 @@ TEST(ImRegions, AreRemovedByTheirSize) {
                             if (within == (inside != 0)) expected[i] = 0;
                     }
                     // Into an image of other samples, and then once more in place.
-                    const Im dst = randomIm(src->width, src->height, IM_GRAY);
+                    const Im dst = randomIm(src->width, src->height, src->color_space);
                     for (const Im* from : {&src, &dst}) {
                         ASSERT_EQ(imProcessRemoveByArea(from->get(), dst.get(), connect, start, end,
                                                         inside),
