@@ -79,7 +79,7 @@ class TiffReader : public Reader {
         if (layout_.converted)
             storeRows<TiffConvertedRows>({tiff_, layout_}, image);
         else
-            storeRows<TiffRows>({tiff_.get(), layout_}, image);
+            storeRows<TiffRows>({tiff_, layout_}, image);
     }
 
     Attributes attributes() override {

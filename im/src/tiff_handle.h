@@ -17,6 +17,8 @@ class TiffHandle {
     ~TiffHandle();
 
     TIFF* get() const { return tiff_; }
+    /// Where it lies in memory; else nothing.
+    Bytes wholeFile() const { return client_.file.whole(); }
     /// Drops whatever libtiff still writes, such as the directory of a page that failed.
     void refuseWrites() { client_.refusing = true; }
 

@@ -11,16 +11,20 @@ namespace im {
 
 // -- Decoding --
 
-TiffRows::TiffRows(TIFF* tiff, const TiffLayout& layout)
-    : tiff_(tiff),
+TiffRows::TiffRows(const TiffHandle& tiff, const TiffLayout& layout)
+    : tiff_(tiff.get()),
+      file_(tiff.wholeFile()),
       width_(layout.info.width),
       height_(layout.info.height),
       pixelBits_(layout.bits * layout.stride),
-      blank_(layout.inverted ? 0 : 0xff) {
+      inverted_(layout.inverted) {
     if (TIFFIsTiled(tiff_) != 0)
         prepareTiles();
     else
         prepareStrips();
+    inPlace_ = layout.scheme == COMPRESSION_NONE && layout.bits <= 8 && !inverted_ && !byRow_ &&
+               tile_.empty() &&
+               tiff.field<uint16_t>(TIFFTAG_FILLORDER, FILLORDER_MSB2LSB) == FILLORDER_MSB2LSB;
     block_.resize(static_cast<size_t>(blockRows_) * rowBytes_);
 }
 
@@ -56,33 +60,44 @@ void TiffRows::prepareTiles() {
     tile_.resize(bytes);
 }
 
-uint8_t* TiffRows::row(int y, int plane) {
+const uint8_t* TiffRows::row(int y, int plane) {
     if (y % blockRows_ == 0) readBlock(y, plane);
-    return &block_[static_cast<size_t>(y % blockRows_) * rowBytes_];
+    return rows_ + static_cast<size_t>(y % blockRows_) * rowBytes_;
 }
 
 void TiffRows::readBlock(int y, int plane) {
     const auto row = static_cast<uint32_t>(y);
     const auto sample = static_cast<uint16_t>(plane);
-    if (!tile_.empty()) {
+    const size_t bytes = static_cast<size_t>(std::min(blockRows_, height_ - y)) * rowBytes_;
+    const uint32_t strip = tile_.empty() ? TIFFComputeStrip(tiff_, row, sample) : 0;
+    rows_ = stripInFile(strip, bytes);
+    if (rows_ != nullptr) return;
+
+    rows_ = block_.data();
+    // What a codec leaves out without calling it an error is white, or no ink.
+    std::fill(block_.begin(), block_.end(), inverted_ ? uint8_t{0} : uint8_t{0xff});
+    if (!tile_.empty())
         readTiles(row, sample);
-        return;
-    }
-    std::fill(block_.begin(), block_.end(), blank_);
-    if (byRow_) {
+    else if (byRow_)
         require(TIFFReadScanline(tiff_, block_.data(), row, sample) == 1, IM_ERR_ACCESS);
-        return;
-    }
-    const auto rows = static_cast<size_t>(std::min(blockRows_, height_ - y));
-    require(TIFFReadEncodedStrip(tiff_, TIFFComputeStrip(tiff_, row, sample), block_.data(),
-                                 static_cast<tmsize_t>(rows * rowBytes_)) >= 0,
+    else
+        require(
+            TIFFReadEncodedStrip(tiff_, strip, block_.data(), static_cast<tmsize_t>(bytes)) >= 0,
             IM_ERR_ACCESS);
+    if (inverted_) invertBytes(block_.data(), bytes);
+}
+
+const uint8_t* TiffRows::stripInFile(uint32_t strip, size_t bytes) const {
+    if (!inPlace_ || TIFFGetStrileByteCount(tiff_, strip) < bytes) return nullptr;
+    const uint64_t offset = TIFFGetStrileOffset(tiff_, strip);
+    if (offset > file_.size || bytes > file_.size - offset) return nullptr;
+    return file_.data + offset;
 }
 
 void TiffRows::readTiles(uint32_t y, uint16_t plane) {
     const int rows = std::min(blockRows_, height_ - static_cast<int>(y));
     for (int x = 0; x < width_; x += std::min(tileWidth_, width_ - x)) {
-        std::fill(tile_.begin(), tile_.end(), blank_);
+        std::fill(tile_.begin(), tile_.end(), inverted_ ? uint8_t{0} : uint8_t{0xff});
         const uint32_t tile = TIFFComputeTile(tiff_, static_cast<uint32_t>(x), y, 0, plane);
         require(TIFFReadEncodedTile(tiff_, tile, tile_.data(),
                                     static_cast<tmsize_t>(tile_.size())) >= 0,
@@ -112,7 +127,7 @@ TiffConvertedRows::~TiffConvertedRows() {
     TIFFRGBAImageEnd(&image_);
 }
 
-uint8_t* TiffConvertedRows::row(int y, int) {
+const uint8_t* TiffConvertedRows::row(int y, int) {
     if (y % blockRows_ == 0) {
         image_.row_offset = y;
         const auto rows =
@@ -120,7 +135,8 @@ uint8_t* TiffConvertedRows::row(int y, int) {
         require(TIFFRGBAImageGet(&image_, block_.data(), image_.width, rows) == 1, IM_ERR_ACCESS);
     }
     // A word has R in its lowest byte: in memory R, G, B, A.
-    return reinterpret_cast<uint8_t*>(&block_[static_cast<size_t>(y % blockRows_) * image_.width]);
+    return reinterpret_cast<const uint8_t*>(
+        &block_[static_cast<size_t>(y % blockRows_) * image_.width]);
 }
 
 // -- Storing --
@@ -139,9 +155,8 @@ TiffRowStore::TiffRowStore(const TiffLayout& layout, imImage& image)
         scale_.push_back(static_cast<uint16_t>((i * full + highest / 2) / highest));
 }
 
-void TiffRowStore::store(uint8_t* packed, int y, int plane) {
+void TiffRowStore::store(const uint8_t* packed, int y, int plane) {
     const int row = layout_.bottomFirst ? image_.height - 1 - y : y;
-    if (layout_.inverted) invertBytes(packed, (count_ * static_cast<size_t>(layout_.bits) + 7) / 8);
     const bool wide = image_.data_type == IM_USHORT;
     if (layout_.bits == 1 && layout_.stride == 1 && scale_[1] == 1)
         unpackSamples(packed, rowFromTop(image_, plane, row), image_.width, 1);

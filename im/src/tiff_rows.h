@@ -10,25 +10,29 @@ namespace im {
 /// Decodes the rows of a page in the file's order, a block (a strip or a row of tiles) at a time.
 class TiffRows {
   public:
-    TiffRows(TIFF* tiff, const TiffLayout& layout);
+    TiffRows(const TiffHandle& tiff, const TiffLayout& layout);
 
     /// Row `y` of the file; `plane` is 0 unless the planes lie apart. Rows are asked for in
-    /// ascending order, plane by plane. The bytes are the caller's to change.
-    uint8_t* row(int y, int plane);
+    /// ascending order, plane by plane; the bytes live until the next one.
+    const uint8_t* row(int y, int plane);
 
   private:
     void prepareStrips();
     void prepareTiles();
     void readBlock(int y, int plane);
     void readTiles(uint32_t y, uint16_t plane);
+    const uint8_t* stripInFile(uint32_t strip, size_t bytes) const;
 
     TIFF* tiff_;
+    Bytes file_;  ///< where it lies in memory
     int width_, height_;
     int pixelBits_;  ///< of the samples of a pixel that lie together
-    uint8_t blank_;  ///< for what a codec leaves out without calling it an error
+    bool inverted_;
     size_t rowBytes_ = 0;
     int blockRows_ = 1;
+    const uint8_t* rows_ = nullptr;  ///< of the block
     std::vector<uint8_t> block_;
+    bool inPlace_ = false;  ///< uncompressed strips that the file holds as they are
 
     bool byRow_ = false;  ///< no whole strips: they are large
     int tileWidth_ = 0;
@@ -45,7 +49,7 @@ class TiffConvertedRows {
     ~TiffConvertedRows();
 
     /// As TiffRows::row.
-    uint8_t* row(int y, int plane);
+    const uint8_t* row(int y, int plane);
 
   private:
     TIFFRGBAImage image_{};
@@ -58,8 +62,8 @@ class TiffRowStore {
   public:
     TiffRowStore(const TiffLayout& layout, imImage& image);
 
-    /// Row `y` of the file; `plane` as TiffRows::row. Changes the packed bytes.
-    void store(uint8_t* packed, int y, int plane);
+    /// Row `y` of the file; `plane` as TiffRows::row.
+    void store(const uint8_t* packed, int y, int plane);
 
   private:
     template <class Sample>
