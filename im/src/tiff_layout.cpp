@@ -188,6 +188,10 @@ TiffLayout readTiffLayout(TiffHandle& tiff, uint64_t fileBytes) {
     else
         takeConverted(tiff, layout);
     checkTiles(tiff.get());
+    // What TiffRows checks of JBIG is not checked elsewhere.
+    require(
+        layout.scheme != COMPRESSION_JBIG || (!layout.converted && TIFFIsTiled(tiff.get()) == 0),
+        IM_ERR_DATA);
 
     const auto rowBytes = static_cast<double>(packedBytes(layout.info.width, layout.bits));
     // What is converted may have as little as 3 bits for the 3 bytes of a pixel.

@@ -17,14 +17,15 @@ TiffRows::TiffRows(const TiffHandle& tiff, const TiffLayout& layout)
       width_(layout.info.width),
       height_(layout.info.height),
       pixelBits_(layout.bits * layout.stride),
-      inverted_(layout.inverted) {
+      inverted_(layout.inverted),
+      lowBitFirst_(tiff.field<uint16_t>(TIFFTAG_FILLORDER, FILLORDER_MSB2LSB) == FILLORDER_LSB2MSB),
+      isJbig_(layout.scheme == COMPRESSION_JBIG) {
     if (TIFFIsTiled(tiff_) != 0)
         prepareTiles();
     else
         prepareStrips();
-    inPlace_ = layout.scheme == COMPRESSION_NONE && layout.bits <= 8 && !inverted_ && !byRow_ &&
-               tile_.empty() &&
-               tiff.field<uint16_t>(TIFFTAG_FILLORDER, FILLORDER_MSB2LSB) == FILLORDER_MSB2LSB;
+    inPlace_ = layout.scheme == COMPRESSION_NONE && layout.bits <= 8 && !inverted_ &&
+               !lowBitFirst_ && !byRow_ && tile_.empty();
     block_.resize(static_cast<size_t>(blockRows_) * rowBytes_);
 }
 
@@ -73,6 +74,7 @@ void TiffRows::readBlock(int y, int plane) {
     rows_ = stripInFile(strip, bytes);
     if (rows_ != nullptr) return;
 
+    if (isJbig_) checkJbig(strip, y);
     rows_ = block_.data();
     // What a codec leaves out without calling it an error is white, or no ink.
     std::fill(block_.begin(), block_.end(), inverted_ ? uint8_t{0} : uint8_t{0xff});
@@ -85,6 +87,24 @@ void TiffRows::readBlock(int y, int plane) {
             TIFFReadEncodedStrip(tiff_, strip, block_.data(), static_cast<tmsize_t>(bytes)) >= 0,
             IM_ERR_ACCESS);
     if (inverted_) invertBytes(block_.data(), bytes);
+}
+
+// The JBIG decoder ends the process when it cannot get the memory that the data's own header asks
+// for. That header must be of a single plane within the strip.
+void TiffRows::checkJbig(uint32_t strip, int y) const {
+    uint8_t header[20];
+    require(TIFFReadRawStrip(tiff_, strip, header, sizeof header) == sizeof header, IM_ERR_ACCESS);
+    if (lowBitFirst_) TIFFReverseBits(header, sizeof header);
+    const auto number = [&header](int at) {
+        return static_cast<uint32_t>(header[at]) << 24 |
+               static_cast<uint32_t>(header[at + 1]) << 16 |
+               static_cast<uint32_t>(header[at + 2]) << 8 | header[at + 3];
+    };
+    constexpr int mostLayers = 16;
+    require(header[1] <= mostLayers && header[2] == 1 &&
+                number(4) <= static_cast<uint32_t>(width_) &&
+                number(8) <= static_cast<uint32_t>(std::min(blockRows_, height_ - y)),
+            IM_ERR_ACCESS);
 }
 
 const uint8_t* TiffRows::stripInFile(uint32_t strip, size_t bytes) const {

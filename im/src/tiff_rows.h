@@ -21,13 +21,14 @@ class TiffRows {
     void prepareTiles();
     void readBlock(int y, int plane);
     void readTiles(uint32_t y, uint16_t plane);
+    void checkJbig(uint32_t strip, int y) const;
     const uint8_t* stripInFile(uint32_t strip, size_t bytes) const;
 
     TIFF* tiff_;
     Bytes file_;  ///< where it lies in memory
     int width_, height_;
     int pixelBits_;  ///< of the samples of a pixel that lie together
-    bool inverted_;
+    bool inverted_, lowBitFirst_, isJbig_;
     size_t rowBytes_ = 0;
     int blockRows_ = 1;
     const uint8_t* rows_ = nullptr;  ///< of the block
