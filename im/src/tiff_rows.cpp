@@ -94,7 +94,7 @@ void TiffRows::readBlock(int y, int plane) {
 void TiffRows::checkJbig(uint32_t strip, int y) const {
     uint8_t header[20];
     require(TIFFReadRawStrip(tiff_, strip, header, sizeof header) == sizeof header, IM_ERR_ACCESS);
-    if (lowBitFirst_) TIFFReverseBits(header, sizeof header);
+    if (!lowBitFirst_) TIFFReverseBits(header, sizeof header);  // as libtiff has it
     const auto number = [&header](int at) {
         return static_cast<uint32_t>(header[at]) << 24 |
                static_cast<uint32_t>(header[at + 1]) << 16 |
