@@ -101,5 +101,6 @@ extern const Format kRas;
 extern const Format kRaw;
 extern const Format kSgi;
 extern const Format kTga;
+extern const Format kTiff;
 
 }  // namespace im

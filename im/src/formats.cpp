@@ -24,6 +24,7 @@ const Format* const kFormats[] = {
     &kBmp,
     &kIco,
     &kPcx,
+    &kTiff,
     nullptr,
 };
 // clang-format on
