@@ -90,5 +90,6 @@ void limitPageBytes(int bytes);
 
 /// The formats, one per file.
 extern const Format kPnm;
+extern const Format kJpeg;
 
 }  // namespace im

@@ -14,6 +14,7 @@ namespace im {
 // clang-format off: a line each
 const Format* const kFormats[] = {
     &kPnm,
+    &kJpeg,
     nullptr,
 };
 // clang-format on
