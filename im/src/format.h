@@ -91,5 +91,6 @@ void limitPageBytes(int bytes);
 /// The formats, one per file.
 extern const Format kPnm;
 extern const Format kJpeg;
+extern const Format kJp2;
 
 }  // namespace im

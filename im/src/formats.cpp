@@ -15,6 +15,7 @@ namespace im {
 const Format* const kFormats[] = {
     &kPnm,
     &kJpeg,
+    &kJp2,
     nullptr,
 };
 // clang-format on
