@@ -196,7 +196,7 @@ class Jp2Reader : public Reader {
     }
 
     void readPage(int, imImage& image) override {
-        checkJp2Packets(*codestream_, header_);
+        checkJp2Work(*codestream_, header_);
         const CodecImage decoded = decode();
         for (size_t p = 0; p < header_.planes.size(); ++p) {
             const opj_image_comp_t& component = decoded->comps[header_.planes[p].component];

@@ -265,12 +265,17 @@ void chooseKind(const Container& c, Jp2Header& header) {
     header.planes = std::move(channels);
 }
 
-// ---- Packets
+// ---- What the codec would be busy with
 
-/// How a component is coded, as far as it makes packets.
+/// How a component is cut, all sizes as logarithms.
 struct Coding {
     int levels = 0;
-    uint8_t precincts[33] = {};  ///< by resolution: logarithms of height and width
+    int blockWidth = 0, blockHeight = 0;
+    uint8_t precincts[33] = {};  ///< by resolution: height in the upper, width in the lower half
+};
+
+struct Work {
+    uint64_t packets = 0, blocks = 0;
 };
 
 /// What the coding markers of one header say.
@@ -284,7 +289,9 @@ Coding readCoding(ByteReader& in, bool hasPrecincts) {
     Coding c;
     c.levels = in.u8();
     require(c.levels <= 32, IM_ERR_FORMAT);
-    in.skip(2);
+    c.blockWidth = in.u8() + 2;
+    c.blockHeight = in.u8() + 2;
+    require(c.blockWidth + c.blockHeight <= 12, IM_ERR_FORMAT);
     require(in.u8() < 0x40, IM_ERR_COMPRESS);  // bits beyond: another coder (high throughput)
     in.skip(1);
     for (int r = 0; r <= c.levels; ++r)
@@ -337,10 +344,10 @@ void readMarkers(ByteReader& in, unsigned last, CodingSet& coding) {
     }
 }
 
-// A lower bound on the packets of one tile.
-uint64_t packetsOfTile(const CodingSet& coding, const Jp2Header& header) {
+// A lower bound for one tile. Precincts cut code blocks: thin ones make very many.
+Work workOfTile(const CodingSet& coding, const Jp2Header& header) {
     const Jp2Grid& g = header.grid;
-    uint64_t packets = 0;
+    Work work;
     for (size_t i = 0; i < coding.components.size(); ++i) {
         const Coding& c = coding.components[i];
         const Jp2Component& component = header.components[i];
@@ -348,11 +355,23 @@ uint64_t packetsOfTile(const CodingSet& coding, const Jp2Header& header) {
         const uint64_t height = std::min(g.tileHeight, g.bottom - g.top) / component.stepY;
         for (int r = 0; r <= c.levels; ++r) {
             const int shift = c.levels - r;
-            packets += std::max<uint64_t>(1, width >> shift >> (c.precincts[r] & 15)) *
-                       std::max<uint64_t>(1, height >> shift >> (c.precincts[r] >> 4));
+            const auto parts = [&](int partWidth, int partHeight) {
+                return std::max<uint64_t>(1, width >> shift >> partWidth) *
+                       std::max<uint64_t>(1, height >> shift >> partHeight);
+            };
+            const int precinctWidth = c.precincts[r] & 15, precinctHeight = c.precincts[r] >> 4;
+            work.packets += parts(precinctWidth, precinctHeight) * coding.layers;
+            work.blocks += parts(std::min(precinctWidth, c.blockWidth),
+                                 std::min(precinctHeight, c.blockHeight));
         }
     }
-    return packets * coding.layers;
+    return work;
+}
+
+void requireBearable(const Work& work, uint64_t bytes) {
+    constexpr uint64_t mostBlocks = 1U << 21;
+    require(work.packets <= bytes, IM_ERR_ACCESS);
+    require(work.blocks <= mostBlocks, IM_ERR_MEM);
 }
 
 }  // namespace
@@ -366,7 +385,7 @@ Jp2Header readJp2Header(BinaryFile& file) {
     return header;
 }
 
-void checkJp2Packets(BinaryFile& codestream, const Jp2Header& header) {
+void checkJp2Work(BinaryFile& codestream, const Jp2Header& header) {
     constexpr unsigned startOfTile = 0xff90, startOfData = 0xff93;
     const Jp2Grid& g = header.grid;
     ByteReader in(codestream);
@@ -377,10 +396,13 @@ void checkJp2Packets(BinaryFile& codestream, const Jp2Header& header) {
     readMarkers(in, startOfTile, main);
     const uint64_t wholeTiles = std::max(1U, (g.right - g.left) / g.tileWidth) *
                                 uint64_t{std::max(1U, (g.bottom - g.top) / g.tileHeight)};
-    require(packetsOfTile(main, header) * wholeTiles <= in.size(), IM_ERR_ACCESS);
+    Work all = workOfTile(main, header);
+    all.packets *= wholeTiles;
+    all.blocks *= wholeTiles;
+    requireBearable(all, in.size());
 
     // Tiles may be coded in ways of their own.
-    uint64_t own = 0;
+    Work own;
     for (;;) {
         const uint64_t start = in.tell() - 2;
         in.skip(4);
@@ -389,8 +411,12 @@ void checkJp2Packets(BinaryFile& codestream, const Jp2Header& header) {
         CodingSet tile = main;
         tile.isChanged = false;
         readMarkers(in, startOfData, tile);
-        if (tile.isChanged) own += packetsOfTile(tile, header);
-        require(own <= in.size(), IM_ERR_ACCESS);
+        if (tile.isChanged) {
+            const Work more = workOfTile(tile, header);
+            own.packets += more.packets;
+            own.blocks += more.blocks;
+            requireBearable(own, in.size());
+        }
         if (size < in.tell() - start) return;  // 0: the last one, to the end
         in.seek(start + size);
         if (in.left() < 12 || in.u16be() != startOfTile) return;

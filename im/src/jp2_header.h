@@ -44,8 +44,9 @@ struct Jp2Header {
 /// Reads the boxes and the size marker; throws for what makes no sense.
 Jp2Header readJp2Header(BinaryFile& file);
 
-/// Throws when the codestream promises more packets than it has bytes: each takes one at least,
-/// and costs the codec much more.
-void checkJp2Packets(BinaryFile& codestream, const Jp2Header& header);
+/// Throws when the coding markers would keep the codec busy beyond all measure: when they promise
+/// more packets than there are bytes (each takes one at least), or code blocks by the million,
+/// which cost hundreds of bytes each.
+void checkJp2Work(BinaryFile& codestream, const Jp2Header& header);
 
 }  // namespace im
