@@ -102,5 +102,7 @@ extern const Format kRaw;
 extern const Format kSgi;
 extern const Format kTga;
 extern const Format kTiff;
+extern const Format kJpeg;
+extern const Format kJp2;
 
 }  // namespace im

@@ -25,6 +25,8 @@ const Format* const kFormats[] = {
     &kIco,
     &kPcx,
     &kTiff,
+    &kJpeg,
+    &kJp2,
     nullptr,
 };
 // clang-format on
