@@ -37,7 +37,7 @@ TEST(ImSamples, AreWhatOtherDecodersMakeOfThem) {
              {"ico-small.ico", 0, 1, 16, 16, IM_MAP, "NONE", 0x00d1fca41986b657},
              {"jp2-grey-lossless.jp2", 0, 1, 119, 101, IM_GRAY, "JPEG2000", 0x097a377306670080},
              {"jpeg-baseline.jpg", 0, 1, 227, 149, IM_RGB, "75", 0x21f05a98fb0a572c},
-             {"jpeg-ycck.jpg", 0, 1, 592, 800, IM_CMYK, "80", 0x0afc0c3992ed83d9},
+             {"jpeg-ycck.jpg", 0, 1, 592, 800, IM_CMYK, "75", 0x0afc0c3992ed83d9},
              {"png-grey1.png", 0, 1, 32, 32, IM_BINARY, "DEFLATE", 0x96e8988fce83155f},
              {"png-grey8-interlaced.png", 0, 1, 32, 32, IM_GRAY, "DEFLATE", 0x41d4d925c29e1249},
              {"png-palette4.png", 0, 1, 32, 32, IM_MAP, "DEFLATE", 0xff1ef60045dd7825},

@@ -10,23 +10,23 @@
 
 namespace im {
 
-// Formats without a mark of their own come last: they accept what looks plausible.
-// clang-format off: a line each
+// Formats with a weak mark or none come last: they accept what looks plausible.
+// clang-format off
 const Format* const kFormats[] = {
-    &kGif,
+    &kJpeg,
     &kPng,
-    &kPnm,
-    &kLed,
-    &kRas,
-    &kRaw,
-    &kSgi,
-    &kTga,
+    &kTiff,
     &kBmp,
+    &kGif,
+    &kJp2,
+    &kPnm,
+    &kRas,
+    &kSgi,
+    &kLed,
+    &kRaw,
     &kIco,
     &kPcx,
-    &kTiff,
-    &kJpeg,
-    &kJp2,
+    &kTga,
     nullptr,
 };
 // clang-format on
