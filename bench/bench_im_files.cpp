@@ -38,18 +38,24 @@ Record load(Bytes& bytes) {
     });
 }
 
-Bytes save(const imImage& image, const char* format, const char* compression) {
+/// Hands the file to `take` while it is there.
+template <class Take>
+void save(const imImage& image, const char* format, const char* compression, const Take& take) {
     imBinMemoryFileName block{nullptr, 2048, 1.1F};
-    const Bytes bytes = inMemory([&] {
+    inMemory([&] {
         const File file(imFileNew(reinterpret_cast<const char*>(&block), format, nullptr));
         const int quality = 90;
         imFileSetAttribute(file.get(), "JPEGQuality", IM_INT, 1, &quality);
         imFileSetInfo(file.get(), compression);
         imFileSaveImage(file.get(), &image);
-        return Bytes(block.buffer, block.buffer + imFileGetWriteImageDataLen(file.get()));
+        take(block.buffer, block.buffer + imFileGetWriteImageDataLen(file.get()));
+        return 0;
     });
     imBinMemoryRelease(block.buffer);
-    return bytes;
+}
+
+void saveOnly(const imImage& image, const char* format, const char* compression) {
+    save(image, format, compression, [](const unsigned char*, const unsigned char*) {});
 }
 
 /// The page of a record as the codecs have it.
@@ -98,9 +104,10 @@ struct Codec {
 void addRowsOf(const PageSet& page, const Codec& codec) {
     const std::shared_ptr<imImage> image = recordOf(page, codec.space);
     const auto pixels = std::make_shared<Bytes>(pixelsOf(*image, codec.whiteIsZero));
-    const auto file = std::make_shared<Bytes>(save(*image, codec.format, codec.compression));
+    const auto file = std::make_shared<Bytes>();
+    save(*image, codec.format, codec.compression,
+         [&](const unsigned char* from, const unsigned char* to) { file->assign(from, to); });
     const auto decoded = std::make_shared<Bytes>(pixels->size());
-    const auto encoded = std::make_shared<Bytes>();
     const std::string name = std::string(codec.format) + " " + codec.compression;
     const std::string kind = page.name + " " + imColorModeSpaceName(codec.space);
     const peers::Page shape = pageOf(*image);
@@ -110,12 +117,18 @@ void addRowsOf(const PageSet& page, const Codec& codec) {
                 const Record ours = load(*file);
                 return ours != nullptr && pixelsOf(*ours, codec.whiteIsZero) == *decoded;
             }});
-    addRow({"write " + name, kind, [=] { save(*image, codec.format, codec.compression); },
-            codec.peer, [=] { codec.encode(shape, *pixels, *encoded); }, 1.15,
+    addRow({"write " + name, kind, [=] { saveOnly(*image, codec.format, codec.compression); },
+            codec.peer,
+            [=] {
+                Bytes encoded;
+                codec.encode(shape, *pixels, encoded);
+            },
+            1.15,
             [=] {  // what each wrote, decoded by the peer, is the same picture
-                Bytes ours(pixels->size()), theirs(pixels->size());
+                Bytes encoded, ours(pixels->size()), theirs(pixels->size());
+                codec.encode(shape, *pixels, encoded);
                 codec.decode(*file, ours);
-                codec.decode(*encoded, theirs);
+                codec.decode(encoded, theirs);
                 return ours == theirs;
             }});
 }

@@ -168,10 +168,7 @@ void readIndexRows(ByteReader& in, const Dib& dib, imImage& image) {
         if (dib.bits == 8)
             in.bytes(row, used);
         else
-            unpackSamples(in.view(used, room), row, image.width, dib.bits);
-        if (dib.flipBit != 0)
-            for (int x = 0; x < image.width; ++x)
-                row[x] ^= 1;
+            unpackSamples(in.view(used, room), row, image.width, dib.bits, dib.flipBit);
         in.skip(padding);
     }
 }

@@ -177,9 +177,7 @@ class PnmReader : public Reader {
             }
             in_.bytes(row.data(), row.size());
             if (h.kind == 4) {
-                unpackSamples(row.data(), rowFromTop(image, 0, y), image.width, 1);
-                for (size_t x = 0; x < width; ++x)
-                    rowFromTop(image, 0, y)[x] ^= 1;  // the file's 1 is black
+                unpackSamples(row.data(), rowFromTop(image, 0, y), image.width, 1, 1);
             } else if (h.highest > 255) {
                 wideFromBigEndian(row.data(), wide.data(), samples);
                 scaleRow(wide.data(), samples, h.highest);
@@ -255,8 +253,7 @@ class PnmWriter : public Writer {
         size_t bytes = samples;
         if (image.color_space == IM_BINARY) {
             bytes = packedBytes(image.width, 1);
-            packSamples(rowFromTop(image, 0, y), row_.data(), image.width, 1);
-            invertBytes(row_.data(), bytes);
+            packSamples(rowFromTop(image, 0, y), row_.data(), image.width, 1, 1);  // 1 is black
         } else if (image.data_type == IM_USHORT) {
             bytes = 2 * samples;
             for (size_t i = 0; i < samples; ++i) {

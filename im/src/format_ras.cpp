@@ -154,10 +154,11 @@ class RasReader : public Reader {
             splitPixels(row + padding, step, h_.type == kRgbOrder ? kRgb : kBgr, image, y);
             return;
         }
-        if (h_.depth == 1)
-            unpackSamples(row, to, image.width, 1);
-        else
-            std::memcpy(to, row, width);
+        if (h_.depth == 1) {
+            unpackSamples(row, to, image.width, 1, kind_.flipBit);
+            return;
+        }
+        std::memcpy(to, row, width);
         if (image.color_space == IM_BINARY)
             for (size_t x = 0; x < width; ++x)
                 to[x] = to[x] == (kind_.flipBit ^ 1) ? 1 : 0;
@@ -219,8 +220,7 @@ class RasWriter : public Writer {
     // Leaves the padding as it is: 0.
     static void fillRow(const imImage& image, int y, uint8_t* row) {
         if (image.color_space == IM_BINARY) {
-            packSamples(rowFromTop(image, 0, y), row, image.width, 1);
-            invertBytes(row, packedBytes(image.width, 1));  // 1 is black
+            packSamples(rowFromTop(image, 0, y), row, image.width, 1, 1);  // 1 is black
         } else if (image.depth == 3) {
             mergePixels(image, y, kBgr, row);
         } else {

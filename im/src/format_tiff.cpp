@@ -242,19 +242,18 @@ class TiffWriter : public Writer {
         for (int y = 0; y < image.height; y += std::min(stripRows_, image.height - y)) {
             const int rows = std::min(stripRows_, image.height - y);
             for (int r = 0; r < rows; ++r)
-                packRow(image, y + r, &strip_[static_cast<size_t>(r) * rowBytes_]);
+                packRow(image, y + r, scheme, &strip_[static_cast<size_t>(r) * rowBytes_]);
             const size_t bytes = static_cast<size_t>(rows) * rowBytes_;
-            if (image.color_space == IM_CMYK || (image.color_space == IM_BINARY && isFax(scheme)))
-                invertBytes(strip_.data(), bytes);
+            if (image.color_space == IM_CMYK) invertBytes(strip_.data(), bytes);
             require(TIFFWriteEncodedStrip(tiff_.get(), strip++, strip_.data(),
                                           static_cast<tmsize_t>(bytes)) >= 0,
                     IM_ERR_ACCESS);
         }
     }
 
-    static void packRow(const imImage& image, int y, uint8_t* packed) {
+    static void packRow(const imImage& image, int y, int scheme, uint8_t* packed) {
         if (image.color_space == IM_BINARY)
-            packSamples(rowFromTop(image, 0, y), packed, image.width, 1);
+            packSamples(rowFromTop(image, 0, y), packed, image.width, 1, isFax(scheme) ? 1 : 0);
         else if (image.depth == 1)
             std::memcpy(packed, rowFromTop(image, 0, y), lineBytes(image));
         else if (image.data_type == IM_USHORT)

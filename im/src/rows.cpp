@@ -9,11 +9,11 @@ namespace im {
 
 using kel::detail::rowKernels;
 
-void unpackSamples(const uint8_t* packed, uint8_t* samples, int width, int bits) {
+void unpackSamples(const uint8_t* packed, uint8_t* samples, int width, int bits, uint8_t flip) {
     const auto count = static_cast<size_t>(width);
     switch (bits) {
         case 1:
-            rowKernels().expandBits(packed, samples, count, 0);
+            rowKernels().expandBits(packed, samples, count, flip);
             return;
         case 2:
             for (size_t x = 0; x < count; ++x)
@@ -28,10 +28,10 @@ void unpackSamples(const uint8_t* packed, uint8_t* samples, int width, int bits)
     }
 }
 
-void packSamples(const uint8_t* samples, uint8_t* packed, int width, int bits) {
+void packSamples(const uint8_t* samples, uint8_t* packed, int width, int bits, uint8_t flip) {
     const auto count = static_cast<size_t>(width);
     if (bits == 1) {
-        rowKernels().packBits(samples, packed, count, 0);
+        rowKernels().packBits(samples, packed, count, flip);
         return;
     }
     if (bits == 8) {

@@ -13,11 +13,12 @@ inline size_t packedBytes(int width, int bits) {
     return (static_cast<size_t>(width) * static_cast<size_t>(bits) + 7) / 8;
 }
 
-/// Samples of 1, 2, 4 or 8 bits, the highest bits of a byte first, to one byte each.
-void unpackSamples(const uint8_t* packed, uint8_t* samples, int width, int bits);
+/// Samples of 1, 2, 4 or 8 bits, the highest bits of a byte first, to one byte each. `flip` 1 turns
+/// single bits over.
+void unpackSamples(const uint8_t* packed, uint8_t* samples, int width, int bits, uint8_t flip = 0);
 
 /// The inverse; bits beyond the row are 0.
-void packSamples(const uint8_t* samples, uint8_t* packed, int width, int bits);
+void packSamples(const uint8_t* samples, uint8_t* packed, int width, int bits, uint8_t flip = 0);
 
 /// Pixels of `step` bytes (3, or 4 with the fourth ignored) to the three planes of row `y` from the
 /// top. `order` tells which plane each of the three bytes goes to: {0, 1, 2} for R, G, B.

@@ -24,8 +24,8 @@ TiffRows::TiffRows(const TiffHandle& tiff, const TiffLayout& layout)
         prepareTiles();
     else
         prepareStrips();
-    inPlace_ = layout.scheme == COMPRESSION_NONE && layout.bits <= 8 && !inverted_ &&
-               !lowBitFirst_ && !byRow_ && tile_.empty();
+    inPlace_ = layout.scheme == COMPRESSION_NONE && layout.bits <= 8 && !lowBitFirst_ && !byRow_ &&
+               tile_.empty();
     block_.resize(static_cast<size_t>(blockRows_) * rowBytes_);
 }
 
@@ -86,7 +86,6 @@ void TiffRows::readBlock(int y, int plane) {
         require(
             TIFFReadEncodedStrip(tiff_, strip, block_.data(), static_cast<tmsize_t>(bytes)) >= 0,
             IM_ERR_ACCESS);
-    if (inverted_) invertBytes(block_.data(), bytes);
 }
 
 // The JBIG decoder ends the process when it cannot get the memory that the data's own header asks
@@ -171,15 +170,19 @@ TiffRowStore::TiffRowStore(const TiffLayout& layout, imImage& image)
     const int highest = (1 << layout.bits) - 1;
     const bool scaled = image.color_space != IM_MAP && image.color_space != IM_BINARY;
     const int full = !scaled ? highest : image.data_type == IM_USHORT ? 65535 : 255;
-    for (int64_t i = 0; i <= highest; ++i)
-        scale_.push_back(static_cast<uint16_t>((i * full + highest / 2) / highest));
+    for (int64_t i = 0; i <= highest; ++i) {
+        const int64_t level = layout.inverted ? highest - i : i;
+        scale_.push_back(static_cast<uint16_t>((level * full + highest / 2) / highest));
+    }
+    isBits_ = full == 1 && layout.stride == 1;
 }
 
 void TiffRowStore::store(const uint8_t* packed, int y, int plane) {
     const int row = layout_.bottomFirst ? image_.height - 1 - y : y;
     const bool wide = image_.data_type == IM_USHORT;
-    if (layout_.bits == 1 && layout_.stride == 1 && scale_[1] == 1)
-        unpackSamples(packed, rowFromTop(image_, plane, row), image_.width, 1);
+    if (isBits_)
+        unpackSamples(packed, rowFromTop(image_, plane, row), image_.width, 1,
+                      layout_.inverted ? 1 : 0);
     else if (layout_.bits == 8 && image_.color_space == IM_RGB && layout_.stride > 1)
         splitPixels(packed, layout_.stride, kRgb, image_, row);
     else if (wide)
@@ -197,6 +200,9 @@ template <class Sample>
 void TiffRowStore::storeAs(const uint8_t* packed, int row, int plane) {
     if (samples_.empty()) {
         split(reinterpret_cast<const Sample*>(packed), row, plane);
+        if (layout_.inverted)
+            for (int p = plane; p < plane + planes_; ++p)
+                invertBytes(rowFromTop(image_, p, row), lineBytes(image_));
         return;
     }
     auto* const samples = reinterpret_cast<Sample*>(samples_.data());

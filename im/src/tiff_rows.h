@@ -82,6 +82,7 @@ class TiffRowStore {
     int planes_;                     ///< of the image in a row of the file
     std::vector<uint16_t> samples_;  ///< of a row, in bytes or words
     std::vector<uint16_t> scale_;    ///< what becomes of each sample
+    bool isBits_ = false;            ///< bits become 0 and 1 as they are, or turned over
 };
 
 }  // namespace im
