@@ -85,6 +85,8 @@ TEST(ImJp2, RoundTripsAndIsWhatOthersSee) {
         const Im stored = converted(*image, space == IM_BINARY ? IM_GRAY : IM_RGB);
         EXPECT_TRUE(same(loaded(encoded({image.get()}, "JP2")).image.get(), stored.get()));
     }
+    const Im large = randomIm(500, 400, IM_RGB, IM_USHORT);  // more than a buffer of the file
+    EXPECT_TRUE(same(loadedFromDisk(encoded({large.get()}, "JP2")).get(), large.get()));
     const Im image = randomIm(50, 40, IM_RGB);
     const Bytes pnm = encoded({image.get()}, "PNM");
     EXPECT_TRUE(same(loaded(piped("pamtojpeg2k @", pnm)).image.get(), image.get()));
