@@ -197,6 +197,7 @@ std::vector<Jp2Channel> colourChannels(const Container& c, const Jp2Header& head
     std::vector<Container::Mapping> mappings = c.mappings;
     if (c.palettes.empty() || mappings.empty()) {
         mappings.clear();
+        mappings.reserve(header.components.size());
         for (unsigned i = 0; i < header.components.size(); ++i)
             mappings.push_back({i, 0, false});
     }
@@ -225,6 +226,7 @@ std::vector<Jp2Channel> colourChannels(const Container& c, const Jp2Header& head
     std::stable_sort(placed.begin(), placed.end(),
                      [](const auto& a, const auto& b) { return a.first < b.first; });
     std::vector<Jp2Channel> channels;
+    channels.reserve(placed.size());
     for (auto& p : placed)
         channels.push_back(std::move(p.second));
     return channels;
