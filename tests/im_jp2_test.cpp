@@ -85,6 +85,8 @@ TEST(ImJp2, RoundTripsAndIsWhatOthersSee) {
         const Im stored = converted(*image, space == IM_BINARY ? IM_GRAY : IM_RGB);
         EXPECT_TRUE(same(loaded(encoded({image.get()}, "JP2")).image.get(), stored.get()));
     }
+    const Im large = randomIm(500, 400, IM_RGB, IM_USHORT);  // more than a buffer of the file
+    EXPECT_TRUE(same(loadedFromDisk(encoded({large.get()}, "JP2")).get(), large.get()));
     const Im image = randomIm(50, 40, IM_RGB);
     const Bytes pnm = encoded({image.get()}, "PNM");
     EXPECT_TRUE(same(loaded(piped("pamtojpeg2k @", pnm)).image.get(), image.get()));
@@ -179,11 +181,18 @@ TEST(ImJp2, RefusesWhatItCannotHold) {
     EXPECT_EQ(errorWith(45, {0xff, 0x50}), IM_ERR_DATA);                // an extension
     EXPECT_EQ(errorWith(51, {0xff, 0xff}), IM_ERR_ACCESS);              // 65535 layers
     EXPECT_EQ(errorWith(57, {0x40}), IM_ERR_COMPRESS);                  // another coder
-    Bytes fine = good;                                                  // precincts of one sample
-    fine[48] = 13;  // length of the coding marker
-    fine[49] |= 1;
-    fine.insert(fine.begin() + 59, 0x00);
-    EXPECT_EQ(loaded(fine).error, IM_ERR_ACCESS);
+    // Precincts of one sample make too many packets, thin ones too many code blocks.
+    for (const auto& [precinct, error] : {std::pair(0x00, IM_ERR_ACCESS), {0xf0, IM_ERR_MEM}}) {
+        Bytes fine = good;
+        for (const size_t side : {8U, 12U, 24U, 28U})  // 4000 x 4000 in one tile
+            std::copy_n(Bytes{0, 0, 0x0f, 0xa0}.begin(), 4, fine.begin() + std::ptrdiff_t(side));
+        fine[48] = 13;  // length of the coding marker
+        fine[49] |= 1;
+        fine[56] = 0;  // code blocks of four rows
+        fine.insert(fine.begin() + 59, static_cast<unsigned char>(precinct));
+        fine.resize(5000);
+        EXPECT_EQ(loaded(fine).error, error);
+    }
 
     const Bytes cut(good.begin(), good.end() - 20);
     EXPECT_EQ(loaded(cut).error, IM_ERR_ACCESS);

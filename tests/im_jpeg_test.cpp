@@ -141,6 +141,21 @@ TEST(ImJpeg, CarriesTheResolution) {
     EXPECT_EQ(count, 0);
 }
 
+TEST(ImJpeg, ReadsFilesOnTheDiskInPieces) {
+    const Im image = randomIm(900, 600, IM_RGB);
+    Bytes bytes = encoded({image.get()}, "JPEG", nullptr, nullptr, quality(95));
+    ASSERT_GT(bytes.size(), 3U * 65536);
+    // A comment that ends in another piece of the file.
+    const Bytes comment{0xff, 0xfe, 0xff, 0xff};
+    for (int i = 0; i < 3; ++i) {
+        bytes.insert(bytes.begin() + 2, 0xfffd, 0);
+        bytes.insert(bytes.begin() + 2, comment.begin(), comment.end());
+    }
+    EXPECT_TRUE(same(loadedFromDisk(bytes).get(), seenBy("djpeg -pnm @", bytes).get()));
+    bytes.resize(bytes.size() - 70000);
+    EXPECT_TRUE(same(loadedFromDisk(bytes).get(), loaded(bytes).image.get()));
+}
+
 TEST(ImJpeg, DecodesWhatThereIsOfAShortFile) {
     const Bytes pnm = encoded({waves(200, 200, IM_RGB).get()}, "PNM");
     for (const char* options : {"", "-progressive", "-arithmetic"}) {

@@ -126,6 +126,18 @@ inline Loaded loaded(const Bytes& bytes, int index = 0) {
     return result;
 }
 
+/// Loads the first image of the same bytes in a file on the disk.
+inline Im loadedFromDisk(const Bytes& bytes) {
+    char name[] = "/tmp/im_test_XXXXXX";
+    const int descriptor = mkstemp(name);
+    EXPECT_EQ(write(descriptor, bytes.data(), bytes.size()), ssize_t(bytes.size()));
+    close(descriptor);
+    const ImFile file(imFileOpen(name, nullptr));
+    Im image(imFileLoadImage(file.get(), 0, nullptr));
+    unlink(name);
+    return image;
+}
+
 /// Same kind, size, samples and, for IM_MAP, palette.
 inline ::testing::AssertionResult same(const imImage* a, const imImage* b) {
     if (a == nullptr || b == nullptr) return ::testing::AssertionFailure() << "no image";

@@ -95,7 +95,8 @@ struct Levels {
 
     uint16_t of(int sample) const {
         const int last = static_cast<int>(values.size()) - 1;
-        return values[static_cast<size_t>(std::clamp(sample, -offset, last - offset) + offset)];
+        const int at = std::clamp(sample, -offset, last - offset) + offset;
+        return values[static_cast<size_t>(at)];
     }
 };
 

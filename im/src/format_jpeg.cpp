@@ -149,10 +149,10 @@ struct Destination : jpeg_destination_mgr {
 /// Every pass over a progressive image costs time but hardly bytes; encoders make about ten. The
 /// bound falls with the size of the image, so that all passes together stay within seconds.
 int mostScans(const jpeg_decompress_struct& codec) {
-    constexpr uint64_t mostSamples = uint64_t{1} << 36;
+    constexpr uint64_t mostSamples = uint64_t{1} << 34;
     const uint64_t samples = static_cast<uint64_t>(codec.image_width) * codec.image_height *
                              static_cast<uint64_t>(codec.num_components);
-    return static_cast<int>(std::min<uint64_t>(500, mostSamples / samples));
+    return static_cast<int>(std::clamp<uint64_t>(mostSamples / samples, 32, 500));
 }
 
 void boundScans(j_common_ptr codec) {

@@ -197,6 +197,7 @@ std::vector<Jp2Channel> colourChannels(const Container& c, const Jp2Header& head
     std::vector<Container::Mapping> mappings = c.mappings;
     if (c.palettes.empty() || mappings.empty()) {
         mappings.clear();
+        mappings.reserve(header.components.size());
         for (unsigned i = 0; i < header.components.size(); ++i)
             mappings.push_back({i, 0, false});
     }
@@ -225,6 +226,7 @@ std::vector<Jp2Channel> colourChannels(const Container& c, const Jp2Header& head
     std::stable_sort(placed.begin(), placed.end(),
                      [](const auto& a, const auto& b) { return a.first < b.first; });
     std::vector<Jp2Channel> channels;
+    channels.reserve(placed.size());
     for (auto& p : placed)
         channels.push_back(std::move(p.second));
     return channels;
@@ -344,10 +346,35 @@ void readMarkers(ByteReader& in, unsigned last, CodingSet& coding) {
     }
 }
 
-// A lower bound for one tile. Precincts cut code blocks: thin ones make very many.
+// How often 2^part goes into an extent, which has one part at least unless it is empty.
+uint64_t partsOf(uint64_t extent, int part) {
+    return extent == 0 ? 0 : std::max<uint64_t>(1, extent >> part);
+}
+
+// A lower bound for one resolution of a tile. All but the lowest have three bands of half the
+// size. Precincts cut code blocks, so that thin ones make very many.
+Work workOfResolution(const Coding& c, int r, uint64_t width, uint64_t height) {
+    const int precinctWidth = c.precincts[r] & 15, precinctHeight = c.precincts[r] >> 4;
+    const int half = r == 0 ? 0 : 1;
+    const auto blocks = [&](uint64_t bandWidth, uint64_t bandHeight) {
+        return partsOf(bandWidth, std::clamp(precinctWidth - half, 0, c.blockWidth)) *
+               partsOf(bandHeight, std::clamp(precinctHeight - half, 0, c.blockHeight));
+    };
+    Work work;
+    work.packets = partsOf(width, precinctWidth) * partsOf(height, precinctHeight);
+    if (r == 0) {
+        work.blocks = blocks(width, height);
+    } else {
+        const uint64_t highWidth = width / 2, highHeight = height / 2;
+        work.blocks = blocks(highWidth, height - highHeight) +
+                      blocks(width - highWidth, highHeight) + blocks(highWidth, highHeight);
+    }
+    return work;
+}
+
 Work workOfTile(const CodingSet& coding, const Jp2Header& header) {
     const Jp2Grid& g = header.grid;
-    Work work;
+    Work all;
     for (size_t i = 0; i < coding.components.size(); ++i) {
         const Coding& c = coding.components[i];
         const Jp2Component& component = header.components[i];
@@ -355,17 +382,13 @@ Work workOfTile(const CodingSet& coding, const Jp2Header& header) {
         const uint64_t height = std::min(g.tileHeight, g.bottom - g.top) / component.stepY;
         for (int r = 0; r <= c.levels; ++r) {
             const int shift = c.levels - r;
-            const auto parts = [&](int partWidth, int partHeight) {
-                return std::max<uint64_t>(1, width >> shift >> partWidth) *
-                       std::max<uint64_t>(1, height >> shift >> partHeight);
-            };
-            const int precinctWidth = c.precincts[r] & 15, precinctHeight = c.precincts[r] >> 4;
-            work.packets += parts(precinctWidth, precinctHeight) * coding.layers;
-            work.blocks += parts(std::min(precinctWidth, c.blockWidth),
-                                 std::min(precinctHeight, c.blockHeight));
+            const Work work = workOfResolution(c, r, std::max<uint64_t>(1, width >> shift),
+                                               std::max<uint64_t>(1, height >> shift));
+            all.packets += work.packets * coding.layers;
+            all.blocks += work.blocks;
         }
     }
-    return work;
+    return all;
 }
 
 void requireBearable(const Work& work, uint64_t bytes) {
