@@ -91,18 +91,18 @@ void limitPageBytes(int bytes);
 
 /// The formats, one per file.
 extern const Format kBmp;
-extern const Format kIco;
-extern const Format kPcx;
 extern const Format kGif;
+extern const Format kIco;
+extern const Format kJp2;
+extern const Format kJpeg;
+extern const Format kLed;
+extern const Format kPcx;
 extern const Format kPng;
 extern const Format kPnm;
-extern const Format kLed;
 extern const Format kRas;
 extern const Format kRaw;
 extern const Format kSgi;
 extern const Format kTga;
 extern const Format kTiff;
-extern const Format kJpeg;
-extern const Format kJp2;
 
 }  // namespace im

@@ -212,17 +212,21 @@ class PngReader : public Reader {
 
     void placeBits(imImage& image, int y, const Pass& pass) {
         uint8_t* const samples = rowFromTop(image, 0, y);
-        if (pass.stepX == 1)
-            unpackSamples(row_.data(), samples, image.width, bits_);
-        else
+        if (pass.stepX == 1) {
+            foreseeRows(image, 0, y);
+            unpackSamples(row_.data(), samples, image.width, bits_, flip_);
+            if (scale_ == 1) return;
+        } else {
             for (uint32_t x = pass.firstX; x < width(image); x += pass.stepX) {
                 const uint64_t bit = uint64_t{x / pass.stepX} * static_cast<unsigned>(bits_);
                 const unsigned low = 8 - static_cast<unsigned>(bits_) - bit % 8;
-                samples[x] = static_cast<uint8_t>(row_[bit / 8] >> low & ((1 << bits_) - 1));
+                const int sample = row_[bit / 8] >> low & ((1 << bits_) - 1);
+                samples[x] = static_cast<uint8_t>(sample ^ flip_);
             }
-        if (scale_ == 1 && flip_ == 0) return;
+        }
+        if (scale_ == 1) return;
         for (uint32_t x = pass.firstX; x < width(image); x += pass.stepX)
-            samples[x] = static_cast<uint8_t>((samples[x] ^ flip_) * scale_);
+            samples[x] = static_cast<uint8_t>(samples[x] * scale_);
     }
 
     void placeBytes(imImage& image, int y, const Pass& pass) {
@@ -320,6 +324,7 @@ class PngWriter : public Writer {
 
     const uint8_t* storedRow(const imImage& image, int y, int bits) {
         const auto width = static_cast<size_t>(image.width);
+        foreseeRows(image, 0, y);
         if (bits == 8 && image.depth == 1) return rowFromTop(image, 0, y);
         if (bits < 8) {
             packSamples(rowFromTop(image, 0, y), row_.data(), image.width, bits);

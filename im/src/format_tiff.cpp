@@ -252,6 +252,7 @@ class TiffWriter : public Writer {
     }
 
     static void packRow(const imImage& image, int y, int scheme, uint8_t* packed) {
+        foreseeRows(image, 0, y);
         if (image.color_space == IM_BINARY)
             packSamples(rowFromTop(image, 0, y), packed, image.width, 1, isFax(scheme) ? 1 : 0);
         else if (image.depth == 1)

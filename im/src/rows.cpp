@@ -51,6 +51,8 @@ void splitPixels(const uint8_t* pixels, int step, ByteOrder order, imImage& imag
     uint8_t* to[3];
     for (int i = 0; i < 3; ++i)
         to[i] = rowFromTop(image, order.plane[i], y);
+    for (int p = 0; p < 3; ++p)
+        foreseeRows(image, p, y);
     if (step == 3) {
         // The kernel names its planes for B, G, R pixels: last byte first.
         rowKernels().deinterleaveBgr(pixels, to[2], to[1], to[0], count, false);
@@ -63,8 +65,10 @@ void splitPixels(const uint8_t* pixels, int step, ByteOrder order, imImage& imag
 
 void mergePixels(const imImage& image, int y, ByteOrder order, uint8_t* pixels) {
     const uint8_t* from[3];
-    for (int i = 0; i < 3; ++i)
+    for (int i = 0; i < 3; ++i) {
+        foreseeRows(image, i, y);
         from[i] = rowFromTop(image, order.plane[i], y);
+    }
     rowKernels().interleaveBgr(from[2], from[1], from[0], pixels, static_cast<size_t>(image.width),
                                false);
 }

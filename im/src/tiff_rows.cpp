@@ -180,6 +180,7 @@ TiffRowStore::TiffRowStore(const TiffLayout& layout, imImage& image)
 void TiffRowStore::store(const uint8_t* packed, int y, int plane) {
     const int row = layout_.bottomFirst ? image_.height - 1 - y : y;
     const bool wide = image_.data_type == IM_USHORT;
+    if (isBits_) foreseeRows(image_, plane, row);
     if (isBits_)
         unpackSamples(packed, rowFromTop(image_, plane, row), image_.width, 1,
                       layout_.inverted ? 1 : 0);
