@@ -4,6 +4,7 @@
 #define KELIMAGELIB_H
 
 #include "kel_ImageBasicProcess.h"
+#include "kel_ImageFileOper.h"
 #include "kel_ImageStorage.h"
 #include "kel_cv.h"
 #include "kel_debug.h"

@@ -10,4 +10,11 @@
 #define KEL_DEBUG_OUTPUT 1
 #endif
 
+#include "kel_define.h"
+
+/// The debug output channel: takes one line of text. The library calls it where a toolkit error is
+/// to be told. This one writes the line to the standard error stream; a host that defines a
+/// function of this name itself gets the lines instead. Called on the thread of the failing call.
+extern "C" KEL_API void OutputDebugStringA(const char* text);
+
 #endif  // KEL_DEBUG_H

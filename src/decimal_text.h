@@ -48,4 +48,12 @@ inline std::string formatTwoDecimals(double value) {
     return std::string(text, result.ptr);
 }
 
+/// The number with two significant digits, as "%.2g" prints it in the C locale.
+inline std::string formatTwoDigits(double value) {
+    char text[32];
+    const auto result =
+        std::to_chars(text, text + sizeof text, value, std::chars_format::general, 2);
+    return std::string(text, result.ptr);
+}
+
 }  // namespace kel::detail

@@ -1,0 +1,169 @@
+// Encoding to whole files in memory: JPEG, BMP, TIFF.
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+#include <memory>
+
+#include "im_handles.h"
+#include "kel_im.h"
+#include "kel_im_internal.h"
+#include "work_buffer.h"
+
+using namespace kel::detail;
+
+namespace {
+
+/// A file that is written into memory.
+class MemoryImageFile {
+  public:
+    explicit MemoryImageFile(const char* format)
+        : file_(imFileNew(nameOf(block_), format, nullptr)) {}
+    MemoryImageFile(const MemoryImageFile&) = delete;
+    MemoryImageFile& operator=(const MemoryImageFile&) = delete;
+    ~MemoryImageFile() {
+        file_.reset();
+        imBinMemoryRelease(block_.buffer);
+    }
+
+    imFile* get() const { return file_.get(); }
+
+    /// Hands the bytes so far to the caller, one zero byte behind them.
+    void take(unsigned char** dst, int* length) const {
+        const int bytes = imFileGetWriteImageDataLen(file_.get());
+        *length = bytes;
+        if (bytes < 1) return;
+        const auto count = static_cast<size_t>(bytes);
+        SampleBuffer copy(count + 1);
+        std::memcpy(copy.data(), block_.buffer, count);
+        copy[count] = 0;
+        *dst = copy.release();
+    }
+
+  private:
+    MemoryModule module_;
+    imBinMemoryFileName block_{nullptr, 2048, 1.1F};
+    ImFileHandle file_;
+};
+
+/// A channel image as a record, grey or RGB; null when it can't be held.
+ImImageHandle recordOf(unsigned char* data, int width, int height, int channels) {
+    ImImageHandle image = makeImImage(width, height, channels == 3 ? IM_RGB : IM_GRAY);
+    if (image != nullptr) KelPutIMLibImage(image.get(), data);
+    return image;
+}
+
+ImImageHandle converted(ImImageHandle image, int colorSpace) {
+    if (image == nullptr) return nullptr;
+    ImImageHandle result = makeImImageLike(*image, colorSpace);
+    if (result != nullptr) imConvertColorSpace(image.get(), result.get());
+    return result;
+}
+
+struct Resolution {
+    float x, y;
+};
+
+// A failure is told on the debug output and leaves the outputs as they were.
+void encode(imImage* image, const char* format, const char* compression, Resolution dpi,
+            bool tellsErrors, unsigned char** dst, int* length) {
+    const MemoryImageFile file(format);
+    kel_SetDpiInfoToImageFile(format, dpi.x, dpi.y, file.get());
+    if (compression != nullptr) imFileSetInfo(file.get(), compression);
+    const int error = imFileSaveImage(file.get(), image);
+    if (error == IM_ERR_NONE)
+        file.take(dst, length);
+    else if (tellsErrors)
+        PrintError(error);
+}
+
+/// Reads a little-endian 32-bit number.
+int32_t int32At(const unsigned char* bytes) {
+    return static_cast<int32_t>(bytes[0] | bytes[1] << 8 | bytes[2] << 16 |
+                                static_cast<uint32_t>(bytes[3]) << 24);
+}
+
+}  // namespace
+
+int ConvertimImage2JpegStream_Params(imImage* image, int quality, unsigned char** dst, int* length,
+                                     float xDpi, float yDpi, void* /*reserved*/) {
+    const MemoryImageFile file("JPEG");
+    imFileSetAttribute(file.get(), "JPEGQuality", IM_INT, 1, &quality);
+    kel_SetDpiInfoToImageFile("JPEG", xDpi, yDpi, file.get());
+    if (imFileSaveImage(file.get(), image) == IM_ERR_NONE) file.take(dst, length);
+    return 0;
+}
+
+int ConvertimImage2JpegStream(imImage* image, int quality, unsigned char** dst, int* length) {
+    return ConvertimImage2JpegStream_Params(image, quality, dst, length, 0.0F, 0.0F, nullptr);
+}
+
+int KC_ConverRaw2BMP(unsigned char* data, int width, int height, int channels, unsigned char** dst,
+                     int* length, float xDpi, float yDpi, void* /*reserved*/, int cprType) {
+    ImImageHandle image = recordOf(data, width, height, channels);
+    // The run-length form takes one plane.
+    if (channels == 3 && cprType == 1) image = converted(std::move(image), IM_GRAY);
+    encode(image.get(), "BMP", cprType == 1 ? "RLE" : nullptr, {xDpi, yDpi}, false, dst, length);
+    return 0;
+}
+
+int KC_ConverRaw2TIFF(unsigned char* data, int width, int height, int channels, unsigned char** dst,
+                      int* length, float xDpi, float yDpi, void* /*reserved*/, int cprType) {
+    ImImageHandle image = recordOf(data, width, height, channels);
+    const char* compression = cprType == 1 ? "RLE" : nullptr;
+    if (cprType == 2) {
+        image = converted(std::move(image), IM_BINARY);
+        compression = "CCITTFAX4";
+    }
+    encode(image.get(), "TIFF", compression, {xDpi, yDpi}, true, dst, length);
+    return 0;
+}
+
+int kel_SetDpiInfoToImageFile(const char* format, float xDpi, float yDpi, imFile* file) {
+    const bool carries = std::strcmp(format, "BMP") == 0 || std::strcmp(format, "JPEG") == 0 ||
+                         std::strcmp(format, "PCX") == 0 || std::strcmp(format, "PNG") == 0 ||
+                         std::strcmp(format, "TIFF") == 0;
+    if (!carries || !(xDpi > 0.0F) || !(yDpi > 0.0F)) return 0;
+    // A count of 4 goes with each resolution, of which the first counts; the data are as long.
+    const float x[4] = {xDpi, yDpi, 0.0F, 0.0F}, y[4] = {yDpi, xDpi, 0.0F, 0.0F};
+    imFileSetAttribute(file, "ResolutionUnit", IM_BYTE, 4, "DPI");
+    imFileSetAttribute(file, "XResolution", IM_FLOAT, 4, x);
+    imFileSetAttribute(file, "YResolution", IM_FLOAT, 4, y);
+    return 0;
+}
+
+int ConvertDIB2JpegStream(unsigned char* bitmap, int quality, unsigned char** dst, int* length) {
+    constexpr size_t headerBytes = 40, fileHeaderBytes = 14;
+    if (bitmap == nullptr) return 1;
+    const int64_t width = int32At(bitmap + 4), height = std::abs(int64_t{int32At(bitmap + 8)});
+    const int64_t bits = bitmap[14] | bitmap[15] << 8;
+    const int64_t rowBytes = ((bits * width + 31) >> 5) * 4;
+    constexpr int64_t most = std::numeric_limits<int32_t>::max() - 54;
+    if (width < 1 || height < 1 || rowBytes < 1 || rowBytes > most / height) return 0;
+    const auto pixelBytes = static_cast<size_t>(rowBytes * height);
+
+    const size_t fileBytes = fileHeaderBytes + headerBytes + pixelBytes;
+    SampleBuffer file(fileBytes);
+    std::memset(file.data(), 0, fileHeaderBytes);
+    file[0] = 'B';
+    file[1] = 'M';
+    for (size_t i = 0; i < 4; ++i)
+        file[2 + i] = static_cast<unsigned char>(fileBytes >> 8 * i);
+    file[10] = fileHeaderBytes + headerBytes;
+    std::memcpy(file.data() + fileHeaderBytes, bitmap, headerBytes + pixelBytes);
+
+    imImage* decoded = nullptr;
+    ReadImageFile2Buffer(file.data(), static_cast<int>(fileBytes), &decoded, nullptr);
+    const ImImageHandle image(decoded);
+    if (image != nullptr) ConvertimImage2JpegStream(image.get(), quality, dst, length);
+    return 0;
+}
+
+int kel_GetoFileTell(imFile* file) {
+    imBinFile* const handle = imFileHandle(file);
+    if (handle == nullptr) {
+        std::fputs("handle is NULL\n", stdout);
+        return 0;
+    }
+    return imBinFileTell(handle);
+}
