@@ -47,7 +47,8 @@ class Writer {
   public:
     virtual ~Writer() = default;
     /// Appends a page, of a kind that the format's storedSpace has named. `compression` is one of
-    /// the format's names. After it, the whole file is written.
+    /// the format's names. After it, the whole file is written. IM_ERR_DATA and IM_ERR_COMPRESS are
+    /// thrown before anything is written; after other errors no further page comes.
     virtual void writePage(const imImage& image, const std::string& compression,
                            const Attributes& attributes) = 0;
 };

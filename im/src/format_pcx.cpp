@@ -219,7 +219,9 @@ class PcxWriter : public Writer {
         const int bits = image.color_space == IM_BINARY ? 1 : 8;
         const size_t used = packedBytes(image.width, bits);
         const size_t planeBytes = used + used % 2;
-        require(planeBytes <= 0xffff && image.height <= 0x10000, IM_ERR_DATA);
+        constexpr int longestSide = 0x10000;  // the header tells the last column and row
+        require(image.width <= longestSide && image.height <= longestSide && planeBytes <= 0xffff,
+                IM_ERR_DATA);
         const bool runs = compression == "RLE";
 
         ByteWriter out(file_);

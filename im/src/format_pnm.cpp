@@ -210,8 +210,9 @@ class PnmWriter : public Writer {
 
     void writePage(const imImage& image, const std::string& compression,
                    const Attributes&) override {
+        require(!hasText_, IM_ERR_DATA);  // no reader looks behind an image of text
         ByteWriter out(file_);
-        const bool text = compression == "ASCII";
+        const bool text = hasText_ = compression == "ASCII";
         const int base = image.color_space == IM_BINARY ? 1 : image.color_space == IM_GRAY ? 2 : 3;
         char header[64];
         std::snprintf(header, sizeof header, "P%d\n%d %d\n", text ? base : base + 3, image.width,
@@ -270,6 +271,7 @@ class PnmWriter : public Writer {
     }
 
     BinaryFile& file_;
+    bool hasText_ = false;
     std::vector<uint8_t> row_;
 };
 
