@@ -111,7 +111,7 @@ IM_API int imDataTypeSize(int data_type);
 /// - to IM_MAP: as it is with at most 256 colours; otherwise quantised by median cut
 /// - the same space on both sides: a copy
 ///
-/// @return IM_ERR_NONE, or IM_ERR_DATA when sizes or types do not fit or one is null
+/// @return IM_ERR_NONE; IM_ERR_DATA when sizes or types do not fit or one is null; IM_ERR_MEM
 IM_API int imConvertColorSpace(const imImage* src, imImage* dst);
 
 /// An image file that is open for reading or for writing.

@@ -87,7 +87,8 @@ void save(imFile& file, const imImage& image) {
         const int type =
             space == IM_MAP || space == IM_BINARY ? static_cast<int>(IM_BYTE) : image.data_type;
         const im::ImageHandle stored = im::makeImage(image.width, image.height, space, type);
-        im::require(imConvertColorSpace(&image, stored.get()) == IM_ERR_NONE, IM_ERR_DATA);
+        const int code = imConvertColorSpace(&image, stored.get());
+        if (code != IM_ERR_NONE) im::fail(static_cast<imErrorCode>(code));
         writePage(file, *stored);
     }
     ++file.written;

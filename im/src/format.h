@@ -87,6 +87,10 @@ bool sameName(const char* a, const char* b);
 /// become) the source can hold it.
 void checkPage(const PageInfo& info, uint64_t sourceBytes, double bestRatio);
 
+/// The ratio of codings whose runs have no bound, for pages of up to 256 MB; beyond that, a byte of
+/// the file is to stand for no more than 4096.
+double ratioWithoutBound(const PageInfo& info);
+
 /// Lowers the limit of checkPage: a hook for fuzzing, where large images only cost time.
 void limitPageBytes(int bytes);
 

@@ -114,7 +114,7 @@ void takeConverted(const TiffHandle& tiff, TiffLayout& layout) {
 }
 
 // Bytes of packed samples that a byte of the file can become, at the most.
-double bestRatio(int scheme, double rowBytes) {
+double bestRatio(int scheme, double rowBytes, const PageInfo& info) {
     switch (scheme) {
         case COMPRESSION_NONE:
             return 1;
@@ -141,7 +141,7 @@ double bestRatio(int scheme, double rowBytes) {
         case COMPRESSION_CCITTFAX4:
             return 8 * rowBytes;  // a bit for a row like the one above
         default:
-            return 1e9;  // their runs have no bound: that of all images must do
+            return ratioWithoutBound(info);
     }
 }
 
@@ -200,7 +200,7 @@ TiffLayout readTiffLayout(TiffHandle& tiff, uint64_t fileBytes) {
 
     const auto rowBytes =
         static_cast<double>(packedBytes(layout.info.width, layout.bits * layout.stride));
-    const double ratio = bestRatio(layout.scheme, rowBytes);
+    const double ratio = bestRatio(layout.scheme, rowBytes, layout.info);
     // What is converted may have as little as 3 bits for the 3 bytes of a pixel.
     const double imageBytes =
         layout.converted ? 8 : 8.0 * imDataTypeSize(layout.info.dataType) / layout.bits;
