@@ -71,6 +71,17 @@ struct Format {
     int (*storedSpace)(int colorSpace, int dataType, const std::string& compression);
 };
 
+/// What Format::open and Format::create usually are.
+template <class FormatReader>
+std::unique_ptr<Reader> openAs(BinaryFile& file) {
+    return std::make_unique<FormatReader>(file);
+}
+
+template <class FormatWriter>
+std::unique_ptr<Writer> createAs(BinaryFile& file) {
+    return std::make_unique<FormatWriter>(file);
+}
+
 constexpr size_t kHeadBytes = 512;
 
 /// All formats, in the order of probing; null ends them.

@@ -409,8 +409,8 @@ const Format kJpeg = {
     {"JPEG"},
     false,
     probe,
-    [](BinaryFile& file) -> std::unique_ptr<Reader> { return std::make_unique<JpegReader>(file); },
-    [](BinaryFile& file) -> std::unique_ptr<Writer> { return std::make_unique<JpegWriter>(file); },
+    openAs<JpegReader>,
+    createAs<JpegWriter>,
     storedSpace,
 };
 

@@ -70,10 +70,7 @@ void readEndPalette(ByteReader& in, Header& h) {
             return;
         }
     }
-    for (int i = 0; i < 256; ++i) {
-        const auto grey = static_cast<uint8_t>(i);
-        h.palette[i] = {grey, grey, grey};
-    }
+    setGreys(h.palette, 256);
 }
 
 // The palette of the header, which many writers left blank.
@@ -322,8 +319,8 @@ const Format kPcx = {
     {"RLE", "NONE"},
     false,
     probe,
-    [](BinaryFile& file) -> std::unique_ptr<Reader> { return std::make_unique<PcxReader>(file); },
-    [](BinaryFile& file) -> std::unique_ptr<Writer> { return std::make_unique<PcxWriter>(file); },
+    openAs<PcxReader>,
+    createAs<PcxWriter>,
     storedSpace,
 };
 
