@@ -390,6 +390,8 @@ TEST(ImPcx, RefusesWhatItCannotHold) {
     EXPECT_EQ(saveError(randomIm(65535, 1, IM_GRAY), "PCX"), IM_ERR_DATA);
     EXPECT_EQ(saveError(randomIm(65534, 1, IM_GRAY), "PCX"), IM_ERR_NONE);
     EXPECT_EQ(saveError(randomIm(2, 65537, IM_GRAY), "PCX"), IM_ERR_DATA);
+    EXPECT_EQ(saveError(randomIm(65536, 2, IM_BINARY), "PCX"), IM_ERR_NONE);
+    EXPECT_EQ(saveError(randomIm(65537, 2, IM_BINARY), "PCX"), IM_ERR_DATA);
     EXPECT_EQ(saveError(randomIm(2, 2, IM_RGB, IM_USHORT), "PCX"), IM_ERR_DATA);
 }
 

@@ -138,6 +138,29 @@ TEST(ImFile, MemoryBlocksGrowByTheFactorOrNotAtAll) {
     EXPECT_EQ(inMemory([] { return imBinFileOpen(nullptr); }), nullptr);
 }
 
+TEST(ImFile, NothingFollowsAPartOfAnImage) {
+    const Im large = randomIm(200, 200, IM_GRAY), small = randomIm(1, 1, IM_GRAY);
+    const Im complex(imImageCreate(1, 1, IM_GRAY, IM_CFLOAT));
+    for (const char* format : {"BMP", "PNG", "JPEG", "PNM", "GIF", "TIFF", "RAS"}) {
+        imBinMemoryFileName block{nullptr, 2048, 0.0F};
+        const ImFile file = inMemory([&] {
+            return ImFile(imFileNew(reinterpret_cast<const char*>(&block), format, nullptr));
+        });
+        EXPECT_EQ(imFileSaveImage(file.get(), complex.get()), IM_ERR_DATA) << format;
+        EXPECT_EQ(imFileSaveImage(file.get(), large.get()), IM_ERR_ACCESS) << format;
+        EXPECT_EQ(imFileSaveImage(file.get(), small.get()), IM_ERR_ACCESS) << format;
+        imBinMemoryRelease(block.buffer);
+    }
+    // A kind that is refused leaves the file as it was.
+    int error = -1;
+    const Im tooLarge = randomIm(257, 1, IM_GRAY);
+    const Loaded icons = loaded(encoded({small.get()}, "ICO", nullptr, &error, [&](imFile* file) {
+        EXPECT_EQ(imFileSaveImage(file, tooLarge.get()), IM_ERR_DATA);
+    }));
+    EXPECT_EQ(error, IM_ERR_NONE);
+    EXPECT_EQ(icons.count, 1);
+}
+
 TEST(ImFile, ModuleIsTheThreadsOwn) {
     EXPECT_EQ(imBinFileSetCurrentModule(IM_MEMORYFILE), IM_FILE);
     EXPECT_EQ(imBinFileSetCurrentModule(7), -1);

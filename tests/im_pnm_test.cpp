@@ -28,6 +28,9 @@ TEST(ImPnm, SeveralImagesAndScaledSamples) {
     const Bytes both = encoded({a.get(), b.get()}, "PNM");
     EXPECT_EQ(loaded(both).count, 2);
     EXPECT_TRUE(same(loaded(both, 1).image.get(), b.get()));
+    int error = -1;  // an image of text is the last one
+    EXPECT_EQ(loaded(encoded({a.get(), b.get()}, "PNM", "ASCII", &error)).count, 1);
+    EXPECT_EQ(error, IM_ERR_DATA);
 
     const std::string text = "P2 # comment\n2 1 # more\n3\n1 2";
     const Loaded scaled = loaded(Bytes(text.begin(), text.end()));

@@ -128,13 +128,13 @@ inline Loaded loaded(const Bytes& bytes, int index = 0) {
 
 /// Loads the first image of the same bytes in a file on the disk.
 inline Im loadedFromDisk(const Bytes& bytes) {
-    char name[] = "/tmp/im_test_XXXXXX";
-    const int descriptor = mkstemp(name);
+    std::string name = ::testing::TempDir() + "im_test_XXXXXX";
+    const int descriptor = mkstemp(name.data());
     EXPECT_EQ(write(descriptor, bytes.data(), bytes.size()), ssize_t(bytes.size()));
     close(descriptor);
-    const ImFile file(imFileOpen(name, nullptr));
+    const ImFile file(imFileOpen(name.c_str(), nullptr));
     Im image(imFileLoadImage(file.get(), 0, nullptr));
-    unlink(name);
+    unlink(name.c_str());
     return image;
 }
 
@@ -178,8 +178,8 @@ inline Bytes fileBytes(const std::string& path) {
 /// What another program writes to its standard output when it gets `input`; in its command, "@"
 /// stands for a file that holds the input.
 inline Bytes piped(std::string command, const Bytes& input) {
-    char name[] = "/tmp/im_test_XXXXXX";
-    const int descriptor = mkstemp(name);
+    std::string name = ::testing::TempDir() + "im_test_XXXXXX";
+    const int descriptor = mkstemp(name.data());
     EXPECT_EQ(write(descriptor, input.data(), input.size()), ssize_t(input.size()));
     close(descriptor);
     for (size_t at; (at = command.find('@')) != std::string::npos;)
@@ -190,7 +190,7 @@ inline Bytes piped(std::string command, const Bytes& input) {
     for (size_t got; pipe != nullptr && (got = fread(block, 1, sizeof block, pipe)) > 0;)
         output.insert(output.end(), block, block + got);
     EXPECT_EQ(pclose(pipe), 0) << command;
-    unlink(name);
+    unlink(name.c_str());
     return output;
 }
 

@@ -376,6 +376,12 @@ TEST(ImTiff, RefusesWhatItCannotRead) {
         tags[kCompression] = {compression};
         EXPECT_NE(errorOf(handMade(tags, data)), IM_ERR_NONE) << compression;
     }
+    // The grey plane is small enough, but rows with all the other samples are not.
+    for (const unsigned samples : {1U, 64U}) {
+        const Tags row =
+            page(1 << 22, 1, 8, kBlackIsZero, {{kSamples, {samples}}, {kCompression, {50000}}});
+        EXPECT_EQ(modeOf(handMade(row, data)) < 0, samples == 64);
+    }
     Tags unknown = grey;
     unknown[kCompression] = {34712};
     const Loaded wavelets = loaded(handMade(unknown, data));

@@ -111,7 +111,7 @@ IM_API int imDataTypeSize(int data_type);
 /// - to IM_MAP: as it is with at most 256 colours; otherwise quantised by median cut
 /// - the same space on both sides: a copy
 ///
-/// @return IM_ERR_NONE, or IM_ERR_DATA when sizes or types do not fit or one is null
+/// @return IM_ERR_NONE; IM_ERR_DATA when sizes or types do not fit or one is null; IM_ERR_MEM
 IM_API int imConvertColorSpace(const imImage* src, imImage* dst);
 
 /// An image file that is open for reading or for writing.
@@ -158,11 +158,12 @@ IM_API imImage* imFileLoadImage(imFile* file, int index, int* error);
 /// Appends an image to a file that is open for writing. When it returns, the bytes of a whole file
 /// are written. Kinds that the format does not have are converted where that keeps the picture
 /// (IM_BINARY to grey, IM_MAP to RGB, RGB to 256 colours). Formats of one image refuse a second.
-/// @return imErrorCode
+/// @return imErrorCode; after IM_ERR_ACCESS or IM_ERR_MEM the file may take no more images
 IM_API int imFileSaveImage(imFile* file, const imImage* image);
 
 /// Number of attributes, and their names in the file's order.
-/// @param names null, or room for `*count` pointers; the names live as long as the file
+/// @param names null, or room for `*count` pointers; the names live until another image is read, an
+///              attribute taken away or the file closed
 /// @param count in: room in `names`, when that is not null and this is above 0; out: the attributes
 IM_API void imFileGetAttributeList(imFile* file, char** names, int* count);
 

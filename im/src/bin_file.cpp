@@ -110,7 +110,7 @@ class MemoryWriter : public BinaryFile {
     bool reserve(size_t needed) {
         auto capacity = static_cast<size_t>(std::max(record_.size, 0));
         if (record_.buffer != nullptr && needed <= capacity) return true;
-        if (record_.buffer != nullptr && !(record_.reallocate > 0.0F)) return false;
+        if (needed > capacity && !(record_.reallocate > 0.0F)) return false;
         if (record_.buffer == nullptr) {
             capacity = std::max(needed, capacity);
         } else {

@@ -110,10 +110,7 @@ void readPalette(ByteReader& in, Dib& dib, uint32_t announced, int entryBytes) {
     }
     if (count == 0) {  // no palette at all stands for greys
         dib.colors = static_cast<int>(most);
-        for (int i = 0; i < dib.colors; ++i) {
-            const auto grey = static_cast<uint8_t>(255 * i / (dib.colors - 1));
-            dib.palette[i] = {grey, grey, grey};
-        }
+        setGreys(dib.palette, dib.colors);
     }
     if (dib.bits == 1) dib.colors = 2;
 }

@@ -19,6 +19,7 @@ struct imFile {
     im::Attributes attributes;
     std::string compression;  ///< of the images to write
     int written = 0;          ///< images so far
+    bool broken = false;      ///< an image was written in part
 };
 
 namespace {
@@ -61,19 +62,34 @@ im::PageInfo pageInfoOf(imFile& file, int index) {
     return file.reader->pageInfo(index);
 }
 
+// Nothing can follow a part of an image. Kinds that a writer does not have are refused before it
+// has written anything.
+void writePage(imFile& file, const imImage& image) {
+    im::require(!file.broken, IM_ERR_ACCESS);
+    file.broken = true;
+    try {
+        file.writer->writePage(image, file.compression, file.attributes);
+        file.broken = false;
+    } catch (const im::Error& e) {
+        file.broken = e.code != IM_ERR_DATA && e.code != IM_ERR_COMPRESS;
+        throw;
+    }
+}
+
 void save(imFile& file, const imImage& image) {
     const int space =
         file.format->storedSpace(image.color_space, image.data_type, file.compression);
     im::require(space >= 0, IM_ERR_DATA);
     im::require(file.written == 0 || file.format->multiple, IM_ERR_DATA);
     if (space == image.color_space) {
-        file.writer->writePage(image, file.compression, file.attributes);
+        writePage(file, image);
     } else {
         const int type =
             space == IM_MAP || space == IM_BINARY ? static_cast<int>(IM_BYTE) : image.data_type;
         const im::ImageHandle stored = im::makeImage(image.width, image.height, space, type);
-        im::require(imConvertColorSpace(&image, stored.get()) == IM_ERR_NONE, IM_ERR_DATA);
-        file.writer->writePage(*stored, file.compression, file.attributes);
+        const int code = imConvertColorSpace(&image, stored.get());
+        if (code != IM_ERR_NONE) im::fail(static_cast<imErrorCode>(code));
+        writePage(file, *stored);
     }
     ++file.written;
 }

@@ -47,7 +47,8 @@ class Writer {
   public:
     virtual ~Writer() = default;
     /// Appends a page, of a kind that the format's storedSpace has named. `compression` is one of
-    /// the format's names. After it, the whole file is written.
+    /// the format's names. After it, the whole file is written. IM_ERR_DATA and IM_ERR_COMPRESS are
+    /// thrown before anything is written; after other errors no further page comes.
     virtual void writePage(const imImage& image, const std::string& compression,
                            const Attributes& attributes) = 0;
 };
@@ -70,6 +71,17 @@ struct Format {
     int (*storedSpace)(int colorSpace, int dataType, const std::string& compression);
 };
 
+/// What Format::open and Format::create usually are.
+template <class FormatReader>
+std::unique_ptr<Reader> openAs(BinaryFile& file) {
+    return std::make_unique<FormatReader>(file);
+}
+
+template <class FormatWriter>
+std::unique_ptr<Writer> createAs(BinaryFile& file) {
+    return std::make_unique<FormatWriter>(file);
+}
+
 constexpr size_t kHeadBytes = 512;
 
 /// All formats, in the order of probing; null ends them.
@@ -85,6 +97,10 @@ bool sameName(const char* a, const char* b);
 /// its data can take in the file, and `bestRatio` the most samples' bytes that one of them can
 /// become) the source can hold it.
 void checkPage(const PageInfo& info, uint64_t sourceBytes, double bestRatio);
+
+/// The ratio of codings whose runs have no bound, for pages of up to 256 MB; beyond that, a byte of
+/// the file is to stand for no more than 4096.
+double ratioWithoutBound(const PageInfo& info);
 
 /// Lowers the limit of checkPage: a hook for fuzzing, where large images only cost time.
 void limitPageBytes(int bytes);

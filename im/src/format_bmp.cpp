@@ -129,8 +129,8 @@ const Format kBmp = {
     {"NONE", "RLE"},
     false,
     probe,
-    [](BinaryFile& file) -> std::unique_ptr<Reader> { return std::make_unique<BmpReader>(file); },
-    [](BinaryFile& file) -> std::unique_ptr<Writer> { return std::make_unique<BmpWriter>(file); },
+    openAs<BmpReader>,
+    createAs<BmpWriter>,
     storedSpace,
 };
 

@@ -136,10 +136,7 @@ class GifReader : public Reader {
         in_.seek(in_.tell() - 1);
         const int bits = std::clamp<int>(in_.u8(), 1, 8);
         colorCount_ = 1 << bits;
-        for (int i = 0; i < colorCount_; ++i) {
-            const auto grey = static_cast<uint8_t>(i * 255 / (colorCount_ - 1));
-            colors_[i] = {grey, grey, grey};
-        }
+        setGreys(colors_, colorCount_);
     }
 
     void readRows(imImage& image, int first, int step) {
@@ -248,8 +245,8 @@ const Format kGif = {
     {"LZW"},
     true,
     probe,
-    [](BinaryFile& file) -> std::unique_ptr<Reader> { return std::make_unique<GifReader>(file); },
-    [](BinaryFile& file) -> std::unique_ptr<Writer> { return std::make_unique<GifWriter>(file); },
+    openAs<GifReader>,
+    createAs<GifWriter>,
     storedSpace,
 };
 

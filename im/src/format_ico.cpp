@@ -196,14 +196,8 @@ int storedSpace(int colorSpace, int dataType, const std::string&) {
 }  // namespace
 
 const Format kIco = {
-    "ICO",
-    "Windows Icon",
-    "*.ico",
-    {"NONE"},
-    true,
-    probe,
-    [](BinaryFile& file) -> std::unique_ptr<Reader> { return std::make_unique<IcoReader>(file); },
-    [](BinaryFile& file) -> std::unique_ptr<Writer> { return std::make_unique<IcoWriter>(file); },
+    "ICO",       "Windows Icon", "*.ico",           {"NONE"},
+    true,        probe,          openAs<IcoReader>, createAs<IcoWriter>,
     storedSpace,
 };
 

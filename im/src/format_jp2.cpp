@@ -324,14 +324,8 @@ int storedSpace(int colorSpace, int dataType, const std::string&) {
 }  // namespace
 
 const Format kJp2 = {
-    "JP2",
-    "JPEG 2000",
-    "*.jp2",
-    {"JPEG2000"},
-    false,
-    probe,
-    [](BinaryFile& file) -> std::unique_ptr<Reader> { return std::make_unique<Jp2Reader>(file); },
-    [](BinaryFile& file) -> std::unique_ptr<Writer> { return std::make_unique<Jp2Writer>(file); },
+    "JP2",       "JPEG 2000", "*.jp2",           {"JPEG2000"},
+    false,       probe,       openAs<Jp2Reader>, createAs<Jp2Writer>,
     storedSpace,
 };
 

@@ -281,7 +281,7 @@ class JpegReader : public Reader {
         // With Huffman coding a block of 8x8 costs a bit at least, and subsampled fourfold it
         // stands for up to 1024 samples: about 3300 a byte with all components. Arithmetic coding
         // has no such floor: an A4 page of a single colour reaches 125000.
-        checkPage(info_, file_.size(), arithmetic_ ? 200000.0 : 4096.0);
+        checkPage(info_, file_.size(), arithmetic_ ? ratioWithoutBound(info_) : 4096.0);
         return info_;
     }
 
@@ -409,8 +409,8 @@ const Format kJpeg = {
     {"JPEG"},
     false,
     probe,
-    [](BinaryFile& file) -> std::unique_ptr<Reader> { return std::make_unique<JpegReader>(file); },
-    [](BinaryFile& file) -> std::unique_ptr<Writer> { return std::make_unique<JpegWriter>(file); },
+    openAs<JpegReader>,
+    createAs<JpegWriter>,
     storedSpace,
 };
 

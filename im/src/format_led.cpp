@@ -242,8 +242,8 @@ const Format kLed = {
     {"NONE"},
     false,
     probe,
-    [](BinaryFile& file) -> std::unique_ptr<Reader> { return std::make_unique<LedReader>(file); },
-    [](BinaryFile& file) -> std::unique_ptr<Writer> { return std::make_unique<LedWriter>(file); },
+    openAs<LedReader>,
+    createAs<LedWriter>,
     storedSpace,
 };
 

@@ -70,10 +70,7 @@ void readEndPalette(ByteReader& in, Header& h) {
             return;
         }
     }
-    for (int i = 0; i < 256; ++i) {
-        const auto grey = static_cast<uint8_t>(i);
-        h.palette[i] = {grey, grey, grey};
-    }
+    setGreys(h.palette, 256);
 }
 
 // The palette of the header, which many writers left blank.
@@ -219,7 +216,9 @@ class PcxWriter : public Writer {
         const int bits = image.color_space == IM_BINARY ? 1 : 8;
         const size_t used = packedBytes(image.width, bits);
         const size_t planeBytes = used + used % 2;
-        require(planeBytes <= 0xffff && image.height <= 0x10000, IM_ERR_DATA);
+        constexpr int longestSide = 0x10000;  // the header tells the last column and row
+        require(image.width <= longestSide && image.height <= longestSide && planeBytes <= 0xffff,
+                IM_ERR_DATA);
         const bool runs = compression == "RLE";
 
         ByteWriter out(file_);
@@ -320,8 +319,8 @@ const Format kPcx = {
     {"RLE", "NONE"},
     false,
     probe,
-    [](BinaryFile& file) -> std::unique_ptr<Reader> { return std::make_unique<PcxReader>(file); },
-    [](BinaryFile& file) -> std::unique_ptr<Writer> { return std::make_unique<PcxWriter>(file); },
+    openAs<PcxReader>,
+    createAs<PcxWriter>,
     storedSpace,
 };
 

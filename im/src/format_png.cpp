@@ -323,25 +323,14 @@ class PngWriter : public Writer {
     }
 
     const uint8_t* storedRow(const imImage& image, int y, int bits) {
-        const auto width = static_cast<size_t>(image.width);
         foreseeRows(image, 0, y);
         if (bits == 8 && image.depth == 1) return rowFromTop(image, 0, y);
         if (bits < 8) {
             packSamples(rowFromTop(image, 0, y), row_.data(), image.width, bits);
         } else if (bits == 8) {
             mergePixels(image, y, kRgb, row_.data());
-        } else if (image.depth == 1) {
-            wideToBigEndian(wideRowFromTop(image, 0, y), row_.data(), width);
         } else {
-            const auto depth = static_cast<size_t>(image.depth);
-            for (size_t p = 0; p < depth; ++p) {
-                const uint16_t* const samples = wideRowFromTop(image, static_cast<int>(p), y);
-                uint8_t* to = &row_[2 * p];
-                for (size_t x = 0; x < width; ++x, to += 2 * depth) {
-                    to[0] = static_cast<uint8_t>(samples[x] >> 8);
-                    to[1] = static_cast<uint8_t>(samples[x]);
-                }
-            }
+            mergeWidePixels(image, y, row_.data());
         }
         return row_.data();
     }
@@ -368,8 +357,8 @@ const Format kPng = {
     {"DEFLATE"},
     false,
     probe,
-    [](BinaryFile& file) -> std::unique_ptr<Reader> { return std::make_unique<PngReader>(file); },
-    [](BinaryFile& file) -> std::unique_ptr<Writer> { return std::make_unique<PngWriter>(file); },
+    openAs<PngReader>,
+    createAs<PngWriter>,
     storedSpace,
 };
 

@@ -210,8 +210,9 @@ class PnmWriter : public Writer {
 
     void writePage(const imImage& image, const std::string& compression,
                    const Attributes&) override {
+        require(!hasText_, IM_ERR_DATA);  // no reader looks behind an image of text
         ByteWriter out(file_);
-        const bool text = compression == "ASCII";
+        const bool text = hasText_ = compression == "ASCII";
         const int base = image.color_space == IM_BINARY ? 1 : image.color_space == IM_GRAY ? 2 : 3;
         char header[64];
         std::snprintf(header, sizeof header, "P%d\n%d %d\n", text ? base : base + 3, image.width,
@@ -256,11 +257,7 @@ class PnmWriter : public Writer {
             packSamples(rowFromTop(image, 0, y), row_.data(), image.width, 1, 1);  // 1 is black
         } else if (image.data_type == IM_USHORT) {
             bytes = 2 * samples;
-            for (size_t i = 0; i < samples; ++i) {
-                const uint16_t sample = wideRowFromTop(image, static_cast<int>(i) % image.depth,
-                                                       y)[i / static_cast<size_t>(image.depth)];
-                wideToBigEndian(&sample, &row_[2 * i], 1);
-            }
+            mergeWidePixels(image, y, row_.data());
         } else if (image.color_space == IM_GRAY) {
             std::memcpy(row_.data(), rowFromTop(image, 0, y), samples);
         } else {
@@ -270,6 +267,7 @@ class PnmWriter : public Writer {
     }
 
     BinaryFile& file_;
+    bool hasText_ = false;
     std::vector<uint8_t> row_;
 };
 
@@ -287,15 +285,8 @@ int storedSpace(int colorSpace, int dataType, const std::string&) {
 }  // namespace
 
 const Format kPnm = {
-    "PNM",
-    "Netpbm Portable Image Map",
-    "*.pnm;*.pbm;*.pgm;*.ppm",
-    {"NONE", "ASCII"},
-    true,
-    probe,
-    [](BinaryFile& file) -> std::unique_ptr<Reader> { return std::make_unique<PnmReader>(file); },
-    [](BinaryFile& file) -> std::unique_ptr<Writer> { return std::make_unique<PnmWriter>(file); },
-    storedSpace,
+    "PNM", "Netpbm Portable Image Map", "*.pnm;*.pbm;*.pgm;*.ppm", {"NONE", "ASCII"}, true,
+    probe, openAs<PnmReader>,           createAs<PnmWriter>,       storedSpace,
 };
 
 }  // namespace im

@@ -266,8 +266,8 @@ const Format kRas = {
     {"NONE", "RLE"},
     false,
     probe,
-    [](BinaryFile& file) -> std::unique_ptr<Reader> { return std::make_unique<RasReader>(file); },
-    [](BinaryFile& file) -> std::unique_ptr<Writer> { return std::make_unique<RasWriter>(file); },
+    openAs<RasReader>,
+    createAs<RasWriter>,
     storedSpace,
 };
 

@@ -30,14 +30,11 @@ int storedSpace(int colorSpace, int, const std::string&) {
 }  // namespace
 
 const Format kRaw = {
-    "RAW",
-    "Raw samples without a header",
-    "*.raw",
-    {"NONE"},
+    "RAW",       "Raw samples without a header",
+    "*.raw",     {"NONE"},
     true,
     nullptr,  // nothing tells such files from others
-    nullptr,
-    [](BinaryFile& file) -> std::unique_ptr<Writer> { return std::make_unique<RawWriter>(file); },
+    nullptr,     createAs<RawWriter>,
     storedSpace,
 };
 

@@ -247,8 +247,8 @@ const Format kSgi = {
     {"NONE", "RLE"},
     false,
     probe,
-    [](BinaryFile& file) -> std::unique_ptr<Reader> { return std::make_unique<SgiReader>(file); },
-    [](BinaryFile& file) -> std::unique_ptr<Writer> { return std::make_unique<SgiWriter>(file); },
+    openAs<SgiReader>,
+    createAs<SgiWriter>,
     storedSpace,
 };
 

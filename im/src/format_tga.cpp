@@ -322,8 +322,8 @@ const Format kTga = {
     {"NONE", "RLE"},
     false,
     probe,
-    [](BinaryFile& file) -> std::unique_ptr<Reader> { return std::make_unique<TgaReader>(file); },
-    [](BinaryFile& file) -> std::unique_ptr<Writer> { return std::make_unique<TgaWriter>(file); },
+    openAs<TgaReader>,
+    createAs<TgaWriter>,
     storedSpace,
 };
 

@@ -296,8 +296,8 @@ const Format kTiff = {
     {"NONE", "RLE", "LZW", "DEFLATE", "JPEG", "CCITTRLE", "CCITTFAX3", "CCITTFAX4", "LZMA", "ZSTD"},
     true,
     probe,
-    [](BinaryFile& file) -> std::unique_ptr<Reader> { return std::make_unique<TiffReader>(file); },
-    [](BinaryFile& file) -> std::unique_ptr<Writer> { return std::make_unique<TiffWriter>(file); },
+    openAs<TiffReader>,
+    createAs<TiffWriter>,
     storedSpace,
 };
 

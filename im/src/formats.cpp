@@ -65,6 +65,13 @@ void checkPage(const PageInfo& info, uint64_t sourceBytes, double bestRatio) {
             IM_ERR_ACCESS);
 }
 
+double ratioWithoutBound(const PageInfo& info) {
+    constexpr double freeBytes = 256 << 20, usual = 4096, none = 1e9;
+    const double bytes = static_cast<double>(info.width) * info.height * planesOf(info.colorSpace) *
+                         imDataTypeSize(info.dataType);
+    return bytes <= freeBytes ? none : usual;
+}
+
 void limitPageBytes(int bytes) {
     mostPageBytes.store(bytes, std::memory_order_relaxed);
 }

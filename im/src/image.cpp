@@ -7,6 +7,7 @@
 #include <new>
 
 #include "error.h"
+#include "palette.h"
 
 namespace im {
 namespace {
@@ -54,10 +55,7 @@ ImageHandle create(int width, int height, int colorSpace, int dataType, bool cle
     if (colorSpace == IM_MAP) {
         image->palette = image->colors;
         image->palette_count = 256;
-        for (int i = 0; i < 256; ++i) {
-            const auto grey = static_cast<unsigned char>(i);
-            image->colors[i] = {grey, grey, grey};
-        }
+        setGreys(image->colors, 256);
     }
     return ImageHandle(image.release());
 }

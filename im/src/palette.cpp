@@ -14,6 +14,13 @@ bool isGrey(imPaletteColor c, int level) {
 
 }  // namespace
 
+void setGreys(imPaletteColor* colors, int count) {
+    for (int i = 0; i < count; ++i) {
+        const auto grey = static_cast<uint8_t>(255 * i / (count - 1));
+        colors[i] = {grey, grey, grey};
+    }
+}
+
 PaletteKind kindOfPalette(const imPaletteColor* colors, int count) {
     if (count == 2) {
         if (isGrey(colors[0], 0) && isGrey(colors[1], 255)) return {IM_BINARY, 0};

@@ -12,6 +12,9 @@ struct PaletteKind {
     uint8_t flipBit;  ///< with IM_BINARY: 1 where index 0 is white
 };
 
+/// `count` greys (at least 2) in equal steps from black to white.
+void setGreys(imPaletteColor* colors, int count);
+
 /// Two entries, one black and one white, are IM_BINARY; 256 entries that are the greys in order are
 /// IM_GRAY; all else is IM_MAP. For formats that say binary and grey by a palette alone.
 PaletteKind kindOfPalette(const imPaletteColor* colors, int count);

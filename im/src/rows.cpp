@@ -86,6 +86,18 @@ void wideToBigEndian(const uint16_t* samples, uint8_t* bytes, size_t count) {
     }
 }
 
+void mergeWidePixels(const imImage& image, int y, uint8_t* pixels) {
+    const auto depth = static_cast<size_t>(image.depth);
+    for (size_t p = 0; p < depth; ++p) {
+        const uint16_t* const samples = wideRowFromTop(image, static_cast<int>(p), y);
+        uint8_t* to = pixels + 2 * p;
+        for (size_t x = 0; x < static_cast<size_t>(image.width); ++x, to += 2 * depth) {
+            to[0] = static_cast<uint8_t>(samples[x] >> 8);
+            to[1] = static_cast<uint8_t>(samples[x]);
+        }
+    }
+}
+
 void invertBytes(uint8_t* bytes, size_t count) {
     for (size_t i = 0; i < count; ++i)
         bytes[i] = static_cast<uint8_t>(~bytes[i]);

@@ -36,6 +36,9 @@ void mergePixels(const imImage& image, int y, ByteOrder order, uint8_t* pixels);
 void wideFromBigEndian(const uint8_t* bytes, uint16_t* samples, size_t count);
 void wideToBigEndian(const uint16_t* samples, uint8_t* bytes, size_t count);
 
+/// All planes of row `y` from the top of an IM_USHORT image to pixels, the high bytes first.
+void mergeWidePixels(const imImage& image, int y, uint8_t* pixels);
+
 /// Every byte to its complement.
 void invertBytes(uint8_t* bytes, size_t count);
 

@@ -114,7 +114,7 @@ void takeConverted(const TiffHandle& tiff, TiffLayout& layout) {
 }
 
 // Bytes of packed samples that a byte of the file can become, at the most.
-double bestRatio(int scheme, double rowBytes) {
+double bestRatio(int scheme, double rowBytes, const PageInfo& info) {
     switch (scheme) {
         case COMPRESSION_NONE:
             return 1;
@@ -126,7 +126,12 @@ double bestRatio(int scheme, double rowBytes) {
             return 4096;  // a code for each text, each a byte longer than another
         case COMPRESSION_ADOBE_DEFLATE:
         case COMPRESSION_DEFLATE:
+        case COMPRESSION_PIXARLOG:
             return 1032;
+        case COMPRESSION_LZMA:
+            return 8192;  // the likeliest match, of 273 bytes, takes a third of a bit
+        case COMPRESSION_ZSTD:
+            return 32768;  // a block of 128 KB that repeats one byte takes 4
         case COMPRESSION_JPEG:
         case COMPRESSION_OJPEG:
             return 4096;  // below 2 bits for a block, which upsampling may widen
@@ -136,7 +141,7 @@ double bestRatio(int scheme, double rowBytes) {
         case COMPRESSION_CCITTFAX4:
             return 8 * rowBytes;  // a bit for a row like the one above
         default:
-            return 1e9;  // their runs have no bound: that of all images must do
+            return ratioWithoutBound(info);
     }
 }
 
@@ -193,11 +198,17 @@ TiffLayout readTiffLayout(TiffHandle& tiff, uint64_t fileBytes) {
         layout.scheme != COMPRESSION_JBIG || (!layout.converted && TIFFIsTiled(tiff.get()) == 0),
         IM_ERR_DATA);
 
-    const auto rowBytes = static_cast<double>(packedBytes(layout.info.width, layout.bits));
+    const auto rowBytes =
+        static_cast<double>(packedBytes(layout.info.width, layout.bits * layout.stride));
+    const double ratio = bestRatio(layout.scheme, rowBytes, layout.info);
     // What is converted may have as little as 3 bits for the 3 bytes of a pixel.
     const double imageBytes =
         layout.converted ? 8 : 8.0 * imDataTypeSize(layout.info.dataType) / layout.bits;
-    checkPage(layout.info, fileBytes, bestRatio(layout.scheme, rowBytes) * imageBytes);
+    checkPage(layout.info, fileBytes, ratio * imageBytes);
+    // Rows are held with all their samples, those too that the image leaves out.
+    require(
+        layout.converted || rowBytes * layout.info.height <= static_cast<double>(fileBytes) * ratio,
+        IM_ERR_ACCESS);
     return layout;
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 #include "error.h"
 #include "image.h"
@@ -26,6 +27,8 @@ TiffRows::TiffRows(const TiffHandle& tiff, const TiffLayout& layout)
         prepareStrips();
     inPlace_ = layout.scheme == COMPRESSION_NONE && layout.bits <= 8 && !lowBitFirst_ && !byRow_ &&
                tile_.empty();
+    constexpr size_t mostBlockBytes = std::numeric_limits<int>::max();
+    require(rowBytes_ <= mostBlockBytes / static_cast<size_t>(blockRows_), IM_ERR_MEM);
     block_.resize(static_cast<size_t>(blockRows_) * rowBytes_);
 }
 
