@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 
 #include "im.h"
@@ -28,6 +29,17 @@ inline ImImageHandle makeImImageLike(const imImage& image, int colorSpace) {
 /// A record as the toolkit takes it for a name while the memory module is current.
 inline const char* nameOf(imBinMemoryFileName& record) {
     return reinterpret_cast<const char*>(&record);
+}
+
+/// A copy of a caller's block to give to the toolkit, which takes it back by imBinMemoryRelease;
+/// null when there is none to copy, or no memory.
+inline imBinMemoryFileName copyOfBlock(const unsigned char* block, int bytes) {
+    imBinMemoryFileName copy{nullptr, bytes, 1.1F};
+    if (block == nullptr || bytes < 1) return copy;
+    const auto count = static_cast<size_t>(bytes);
+    copy.buffer = static_cast<unsigned char*>(std::malloc(count));  // NOLINT: the toolkit's way
+    if (copy.buffer != nullptr) std::memcpy(copy.buffer, block, count);
+    return copy;
 }
 
 /// Makes the memory module current for as long as it lives.

@@ -79,8 +79,10 @@ void encode(imImage* image, const char* format, const char* compression, Resolut
 
 /// Reads a little-endian 32-bit number.
 int32_t int32At(const unsigned char* bytes) {
-    return static_cast<int32_t>(bytes[0] | bytes[1] << 8 | bytes[2] << 16 |
-                                static_cast<uint32_t>(bytes[3]) << 24);
+    uint32_t value = 0;
+    for (int i = 3; i >= 0; --i)
+        value = value << 8 | bytes[i];
+    return static_cast<int32_t>(value);
 }
 
 }  // namespace

@@ -69,9 +69,7 @@ class ImSource {
             return;
         }
         // The toolkit gets a copy, never the caller's block.
-        const auto bytes = static_cast<size_t>(bufferLen);
-        block_ = {static_cast<unsigned char*>(std::calloc(bytes, 1)), bufferLen, 1.1F};
-        if (block_.buffer != nullptr) std::memcpy(block_.buffer, buffer, bytes);
+        block_ = copyOfBlock(buffer, bufferLen);
         oldModule_ = imBinFileSetCurrentModule(IM_MEMORYFILE);
         file_ = imFileOpen(nameOf(block_), &error_);
     }

@@ -167,12 +167,7 @@ imImage* im_LoadImage(const char* fileName, char* info) {
 
 int ReadImageFile2Buffer(unsigned char* buffer, int bufferLen, imImage** image, char* info) {
     int error = IM_ERR_NONE;
-    imBinMemoryFileName block{nullptr, bufferLen, 1.1F};
-    if (buffer != nullptr && bufferLen > 0) {
-        block.buffer = static_cast<unsigned char*>(std::malloc(static_cast<size_t>(bufferLen)));
-        if (block.buffer != nullptr)
-            std::memcpy(block.buffer, buffer, static_cast<size_t>(bufferLen));
-    }
+    imBinMemoryFileName block = copyOfBlock(buffer, bufferLen);
     const int oldModule = imBinFileSetCurrentModule(IM_MEMORYFILE);
     imFile* file = imFileOpen(nameOf(block), &error);
     if (error == IM_ERR_NONE) {
