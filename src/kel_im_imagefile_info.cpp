@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -93,6 +94,36 @@ std::string xmlOf(const ImageFacts& image, int index) {
            "</imageOne>";  // attributes are left out: kept so
 }
 
+template <class Value>
+Value valueAt(const void* data, size_t index = 0) {
+    Value value;
+    std::memcpy(&value, static_cast<const unsigned char*>(data) + index * sizeof value,
+                sizeof value);
+    return value;
+}
+
+/// Nothing for types without a form.
+std::optional<std::string> firstElementText(const void* data, int dataType) {
+    const auto real = [data](size_t index) {
+        return static_cast<double>(valueAt<float>(data, index));
+    };
+    switch (dataType) {
+        case IM_BYTE:
+            return widened(std::to_string(valueAt<unsigned char>(data)), 3);
+        case IM_USHORT:
+            return widened(std::to_string(valueAt<unsigned short>(data)), 5);
+        case IM_INT:
+            return widened(std::to_string(valueAt<int>(data)), 5);
+        case IM_FLOAT:
+            return widened(formatTwoDecimals(real(0)), 5);
+        case IM_CFLOAT:
+            return widened(formatTwoDigits(real(0)), 5) + ", " +
+                   widened(formatTwoDecimals(real(1)), 5);
+        default:
+            return std::nullopt;
+    }
+}
+
 }  // namespace
 
 void PrintImageInfo(imFile*& file) {
@@ -143,42 +174,9 @@ void kel_GenerateIMFileInfo(imFile*& file, char* rlt) {
 char* AttribData2Str(const void* data, int data_type) {
     // One text for all calls of a thread, so that loads may run side by side.
     static thread_local char data_str[64];
-    const auto store = [](const std::string& text) {
-        std::snprintf(data_str, sizeof data_str, "%s", text.c_str());
-    };
-    switch (data_type) {
-        case IM_BYTE:
-            std::snprintf(data_str, sizeof data_str, "%3d",
-                          *static_cast<const unsigned char*>(data));
-            break;
-        case IM_USHORT: {
-            unsigned short value = 0;
-            std::memcpy(&value, data, sizeof value);
-            std::snprintf(data_str, sizeof data_str, "%5d", value);
-            break;
-        }
-        case IM_INT: {
-            int value = 0;
-            std::memcpy(&value, data, sizeof value);
-            std::snprintf(data_str, sizeof data_str, "%5d", value);
-            break;
-        }
-        case IM_FLOAT: {
-            float value = 0;
-            std::memcpy(&value, data, sizeof value);
-            store(widened(formatTwoDecimals(static_cast<double>(value)), 5));
-            break;
-        }
-        case IM_CFLOAT: {
-            float parts[2];
-            std::memcpy(parts, data, sizeof parts);
-            store(widened(formatTwoDigits(static_cast<double>(parts[0])), 5) + ", " +
-                  widened(formatTwoDecimals(static_cast<double>(parts[1])), 5));
-            break;
-        }
-        default:
-            break;  // the text of the last call stays
-    }
+    const std::optional<std::string> text = firstElementText(data, data_type);
+    // Filled up with zeros: records take fixed parts of it, and are compared byte for byte.
+    if (text) std::strncpy(data_str, text->c_str(), sizeof data_str - 1);
     return data_str;
 }
 

@@ -2,29 +2,16 @@
 #include <gtest/gtest.h>
 #include <opencv2/core/types_c.h>
 
-#include <memory>
-
-#include "im.h"
+#include "im_support.h"
 #include "kel_im.h"
 #include "support.h"
 
 using test::Bytes;
 using test::Guarded;
+using test::Im;
+using test::randomIm;
 
 namespace {
-
-struct Destroy {
-    void operator()(imImage* image) const { imImageDestroy(image); }
-};
-using Record = std::unique_ptr<imImage, Destroy>;
-
-Record recordOf(int width, int height, int space, int type, unsigned seed) {
-    Record record(imImageCreate(width, height, space, type));
-    const size_t bytes = size_t(record->line_size) * size_t(height) * size_t(record->depth);
-    const Bytes random = test::randomBytes(bytes, seed, 0, space == IM_BINARY ? 3 : 256);
-    std::copy(random.begin(), random.end(), static_cast<unsigned char*>(record->data[0]));
-    return record;
-}
 
 // Where byte `i` of row `y` from the top lies, for rows of `rowBytes`.
 unsigned char& byteAt(imImage& record, int plane, int y, int i, int rowBytes) {
@@ -39,7 +26,7 @@ TEST(ImBridge, DataTypeTable) {
                           Row{IM_INT, 4, 4}, Row{IM_FLOAT, 4, 4}, Row{IM_DOUBLE, -1, 1},
                           Row{IM_CFLOAT, -1, 0}, Row{IM_CDOUBLE, -1, 1}, Row{8, -1, 1}}) {
         SCOPED_TRACE(row.type);
-        const Record record = recordOf(5, 3, IM_RGB, row.type == 8 ? int(IM_CDOUBLE) : row.type, 1);
+        const Im record = randomIm(5, 3, IM_RGB, row.type == 8 ? int(IM_CDOUBLE) : row.type, 1);
         record->data_type = row.type;
         EXPECT_EQ(KelCalImImageDataSize(record.get()), row.counted < 0 ? -1 : 45 * row.counted);
         const int rowBytes = 5 * row.copied;
@@ -51,7 +38,7 @@ TEST(ImBridge, DataTypeTable) {
                     ASSERT_EQ(buffer.data()[(p * 3 + y) * rowBytes + i],
                               byteAt(*record, p, y, i, rowBytes));
         const Bytes kept = buffer.bytes();
-        const Record target = recordOf(5, 3, IM_RGB, row.type == 8 ? int(IM_CDOUBLE) : row.type, 2);
+        const Im target = randomIm(5, 3, IM_RGB, row.type == 8 ? int(IM_CDOUBLE) : row.type, 2);
         target->data_type = row.type;
         EXPECT_EQ(KelPutIMLibImage(target.get(), buffer.data()), row.copied == 0 ? 1 : 0);
         Guarded again(kept.size());
@@ -61,7 +48,7 @@ TEST(ImBridge, DataTypeTable) {
 }
 
 TEST(ImBridge, SizesThatWrapOrVanish) {
-    const Record record = recordOf(1, 1, IM_RGB, IM_BYTE, 1);
+    const Im record = randomIm(1, 1, IM_RGB, IM_BYTE, 1);
     record->width = 40000;
     record->height = 40000;  // 4.8e9 wraps to 505,032,704
     EXPECT_EQ(KelCalImImageDataSize(record.get()), 505032704);
@@ -75,7 +62,9 @@ TEST(ImBridge, SizesThatWrapOrVanish) {
 }
 
 TEST(ImBridge, BinaryIs0And255OutsideAnd0And1Inside) {
-    const Record record = recordOf(70, 3, IM_BINARY, IM_BYTE, 3);
+    const Im record = randomIm(70, 3, IM_BINARY, IM_BYTE, 3);
+    test::samplesOf(*record)[5] = 2;
+    test::samplesOf(*record)[77] = 255;
     Guarded buffer(210);
     ASSERT_EQ(KelGetIMLibImage(record.get(), buffer.data()), 0);
     for (int y = 0; y < 3; ++y)
@@ -87,7 +76,7 @@ TEST(ImBridge, BinaryIs0And255OutsideAnd0And1Inside) {
                   buffer.data()[(2 - i / 70) * 70 + i % 70] != 0 ? 1 : 0);
 
     // Samples of 4 bytes: the first width times height bytes alone are touched.
-    const Record wide = recordOf(4, 2, IM_GRAY, IM_INT, 4);
+    const Im wide = randomIm(4, 2, IM_GRAY, IM_INT, 4);
     wide->color_space = IM_BINARY;
     Guarded wideBuffer(32);
     KelGetIMLibImage(wide.get(), wideBuffer.data());
@@ -98,7 +87,7 @@ TEST(ImBridge, BinaryIs0And255OutsideAnd0And1Inside) {
 }
 
 TEST(ImBridge, RegionsCountFromTheTop) {
-    const Record record = recordOf(7, 5, IM_RGB, IM_BYTE, 5);
+    const Im record = randomIm(7, 5, IM_RGB, IM_BYTE, 5);
     Guarded region(3 * 2 * 3);
     ASSERT_EQ(KelGetSubIMLibImage(record.get(), region.data(), 4, 1, 3, 2), 0);
     for (int p = 0; p < 3; ++p)
@@ -106,7 +95,7 @@ TEST(ImBridge, RegionsCountFromTheTop) {
             for (int i = 0; i < 3; ++i)
                 ASSERT_EQ(region.data()[p * 6 + j * 3 + i], byteAt(*record, p, 1 + j, 4 + i, 7));
 
-    const Record target = recordOf(7, 5, IM_RGB, IM_BYTE, 6);
+    const Im target = randomIm(7, 5, IM_RGB, IM_BYTE, 6);
     Guarded expected(105), result(105);
     KelGetIMLibImage(target.get(), expected.data());
     for (int i = 0; i < 18; ++i)
@@ -117,7 +106,7 @@ TEST(ImBridge, RegionsCountFromTheTop) {
 }
 
 TEST(ImBridge, RegionsOfBinaryNormaliseTheStartOfTheStorage) {
-    const Record record(imImageCreate(4, 3, IM_BINARY, IM_BYTE));
+    const Im record(imImageCreate(4, 3, IM_BINARY, IM_BYTE));
     Guarded region(Bytes{255, 7, 1, 0});
     // The two bottom rows are memory's first 8 bytes; the region's 4 samples cover the first row
     // only.
@@ -129,7 +118,7 @@ TEST(ImBridge, RegionsOfBinaryNormaliseTheStartOfTheStorage) {
 }
 
 TEST(ImBridge, RefusedRegionsTouchNothing) {
-    const Record record = recordOf(6, 4, IM_GRAY, IM_BYTE, 7);
+    const Im record = randomIm(6, 4, IM_GRAY, IM_BYTE, 7);
     Guarded before(24), after(24), region(24);
     const Bytes untouched = region.bytes();
     KelGetIMLibImage(record.get(), before.data());

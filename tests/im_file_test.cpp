@@ -1,6 +1,5 @@
 // Files below and around the formats: the registry, disk and memory files, modules, attributes,
 // codes, several threads at once.
-#include <filesystem>
 #include <thread>
 
 #include "im_support.h"
@@ -8,10 +7,6 @@
 using namespace test;
 
 namespace {
-
-std::string scratch(const char* name) {
-    return (std::filesystem::path(::testing::TempDir()) / name).string();
-}
 
 TEST(ImFile, RegistryTellsAboutEveryFormat) {
     int count = 0;
@@ -46,7 +41,7 @@ TEST(ImFile, RegistryTellsAboutEveryFormat) {
     EXPECT_STREQ(text, "as it was");
     for (const char* unknown : {"AVI", "KRN", "", "PN"}) {
         int error = 0;
-        EXPECT_EQ(imFileNew(scratch("unknown").c_str(), unknown, &error), nullptr);
+        EXPECT_EQ(imFileNew(scratchPath("unknown").c_str(), unknown, &error), nullptr);
         EXPECT_EQ(error, IM_ERR_FORMAT);
     }
 }
@@ -58,15 +53,15 @@ TEST(ImFile, CodesOfOpening) {
         EXPECT_EQ(file, nullptr);
         return error;
     };
-    EXPECT_EQ(errorOf(scratch("no such file")), IM_ERR_OPEN);
+    EXPECT_EQ(errorOf(scratchPath("no such file")), IM_ERR_OPEN);
     EXPECT_EQ(errorOf(::testing::TempDir()), IM_ERR_OPEN);
     EXPECT_EQ(imFileOpen(nullptr, nullptr), nullptr);
-    std::ofstream(scratch("nonsense")) << "this is no image at all";
-    EXPECT_EQ(errorOf(scratch("nonsense")), IM_ERR_FORMAT);
-    std::ofstream(scratch("empty"));
-    EXPECT_EQ(errorOf(scratch("empty")), IM_ERR_FORMAT);
+    std::ofstream(scratchPath("nonsense")) << "this is no image at all";
+    EXPECT_EQ(errorOf(scratchPath("nonsense")), IM_ERR_FORMAT);
+    std::ofstream(scratchPath("empty"));
+    EXPECT_EQ(errorOf(scratchPath("empty")), IM_ERR_FORMAT);
     int error = -1;
-    EXPECT_EQ(imFileNew(scratch("no/such/folder").c_str(), "PNM", &error), nullptr);
+    EXPECT_EQ(imFileNew(scratchPath("no/such/folder").c_str(), "PNM", &error), nullptr);
     EXPECT_EQ(error, IM_ERR_OPEN);
     EXPECT_EQ(imFileNew(nullptr, "PNM", nullptr), nullptr);
     EXPECT_EQ(loaded({}).error, IM_ERR_OPEN);
@@ -75,7 +70,7 @@ TEST(ImFile, CodesOfOpening) {
 
 TEST(ImFile, ContentAndNotTheNameDecides) {
     const Im image = randomIm(20, 10, IM_RGB);
-    const std::string path = scratch("page.jpg");
+    const std::string path = scratchPath("page.jpg");
     int error = -1;
     ImFile file(imFileNew(path.c_str(), "pnm", &error));
     ASSERT_EQ(imFileSaveImage(file.get(), image.get()), IM_ERR_NONE);

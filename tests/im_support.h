@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <iterator>
@@ -126,18 +127,6 @@ inline Loaded loaded(const Bytes& bytes, int index = 0) {
     return result;
 }
 
-/// Loads the first image of the same bytes in a file on the disk.
-inline Im loadedFromDisk(const Bytes& bytes) {
-    std::string name = ::testing::TempDir() + "im_test_XXXXXX";
-    const int descriptor = mkstemp(name.data());
-    EXPECT_EQ(write(descriptor, bytes.data(), bytes.size()), ssize_t(bytes.size()));
-    close(descriptor);
-    const ImFile file(imFileOpen(name.c_str(), nullptr));
-    Im image(imFileLoadImage(file.get(), 0, nullptr));
-    unlink(name.c_str());
-    return image;
-}
-
 /// Same kind, size, samples and, for IM_MAP, palette.
 inline ::testing::AssertionResult same(const imImage* a, const imImage* b) {
     if (a == nullptr || b == nullptr) return ::testing::AssertionFailure() << "no image";
@@ -169,19 +158,40 @@ inline Im converted(const imImage& image, int space) {
     return result;
 }
 
+/// A path in a folder of this process alone, which goes with it: tests run side by side.
+inline std::string scratchPath(const std::string& name) {
+    static const struct Folder {
+        std::filesystem::path path =
+            std::filesystem::path(::testing::TempDir()) / ("kel_test_" + std::to_string(getpid()));
+        Folder() { std::filesystem::create_directories(path); }
+        ~Folder() { std::filesystem::remove_all(path); }
+    } folder;
+    return (folder.path / name).string();
+}
+
+inline std::string writeBytes(const std::string& name, const Bytes& bytes) {
+    const std::string path = scratchPath(name);
+    std::ofstream(path, std::ios::binary)
+        .write(reinterpret_cast<const char*>(bytes.data()), std::streamsize(bytes.size()));
+    return path;
+}
+
 inline Bytes fileBytes(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     EXPECT_TRUE(in.good()) << path;
     return Bytes{std::istreambuf_iterator<char>(in), {}};
 }
 
+/// Loads the first image of the same bytes in a file on the disk.
+inline Im loadedFromDisk(const Bytes& bytes) {
+    const ImFile file(imFileOpen(writeBytes("loaded", bytes).c_str(), nullptr));
+    return Im(imFileLoadImage(file.get(), 0, nullptr));
+}
+
 /// What another program writes to its standard output when it gets `input`; in its command, "@"
 /// stands for a file that holds the input.
 inline Bytes piped(std::string command, const Bytes& input) {
-    std::string name = ::testing::TempDir() + "im_test_XXXXXX";
-    const int descriptor = mkstemp(name.data());
-    EXPECT_EQ(write(descriptor, input.data(), input.size()), ssize_t(input.size()));
-    close(descriptor);
+    const std::string name = writeBytes("piped", input);
     for (size_t at; (at = command.find('@')) != std::string::npos;)
         command.replace(at, 1, name);
     Bytes output;
@@ -190,7 +200,6 @@ inline Bytes piped(std::string command, const Bytes& input) {
     for (size_t got; pipe != nullptr && (got = fread(block, 1, sizeof block, pipe)) > 0;)
         output.insert(output.end(), block, block + got);
     EXPECT_EQ(pclose(pipe), 0) << command;
-    unlink(name.c_str());
     return output;
 }
 

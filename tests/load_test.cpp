@@ -41,7 +41,7 @@ Page take(int result, unsigned char* samples, Page page) {
 
 /// Loads the first page by all four calls, which have to agree.
 Page load(const std::string& path, Limit limit = {}) {
-    Bytes bytes = bytesOfFile(path);
+    Bytes bytes = fileBytes(path);
     Page pages[4];
     for (int i = 0; i < 4; ++i) {
         Page page;
@@ -77,10 +77,10 @@ Page load(const std::string& path, Limit limit = {}) {
 
 /// A TIFF of so many pages; page n (from 1) is n pixels wide.
 std::string manyPages(int count) {
-    std::vector<ImRecord> records;
+    std::vector<Im> records;
     std::vector<const imImage*> pages;
     for (int n = 1; n <= count; ++n) {
-        records.push_back(recordOf(n, 2, IM_GRAY));
+        records.push_back(randomIm(n, 2, IM_GRAY));
         pages.push_back(records.back().get());
     }
     return writeFile("pages" + std::to_string(count) + ".tif", "TIFF", pages);
@@ -109,7 +109,7 @@ TEST(Load, PageSelection) {
                            {eight, 10011, 3, 0, 0, 8},
                            {fifteen, 10011, 4, 0, 0, 15}}) {
         SCOPED_TRACE(row.selection);
-        Bytes bytes = bytesOfFile(row.path);
+        Bytes bytes = fileBytes(row.path);
         for (const bool fromMemory : {false, true}) {
             tagImage untouched{};
             tagImage* pages = &untouched;
@@ -134,7 +134,7 @@ TEST(Load, PageSelection) {
                 EXPECT_EQ(pages[i].dataSize, 2 * page);
                 EXPECT_STREQ(pages[i].format, "TIFF");
                 EXPECT_STREQ(pages[i].compression, "NONE");
-                const ImRecord original = recordOf(page, 2, IM_GRAY);
+                const Im original = randomIm(page, 2, IM_GRAY);
                 EXPECT_EQ(Bytes(pages[i].imageData, pages[i].imageData + pages[i].dataSize),
                           channelImageOf(*original));
             }
@@ -144,9 +144,9 @@ TEST(Load, PageSelection) {
 }
 
 TEST(Load, LimitsShrinkAndNeverRefuse) {
-    const std::string wide = writeFile("wide.png", "PNG", {recordOf(5000, 3000, IM_BINARY).get()});
-    const std::string half = writeFile("half.png", "PNG", {recordOf(2000, 1000, IM_GRAY).get()});
-    const std::string edge = writeFile("edge.png", "PNG", {recordOf(4096, 4096, IM_BINARY).get()});
+    const std::string wide = writeFile("wide.png", "PNG", {randomIm(5000, 3000, IM_BINARY).get()});
+    const std::string half = writeFile("half.png", "PNG", {randomIm(2000, 1000, IM_GRAY).get()});
+    const std::string edge = writeFile("edge.png", "PNG", {randomIm(4096, 4096, IM_BINARY).get()});
     const auto size = [](const Page& page) {
         EXPECT_EQ(page.result, 0);
         return std::pair(page.width, page.height);
@@ -159,7 +159,7 @@ TEST(Load, LimitsShrinkAndNeverRefuse) {
     EXPECT_EQ(size(load(half, {3, 1000, 800})), std::pair(2000, 1000));
     EXPECT_EQ(size(load(edge)), std::pair(4096, 4096));
     // Half the size are the rounded means of four.
-    const ImRecord original = recordOf(2000, 1000, IM_GRAY);
+    const Im original = randomIm(2000, 1000, IM_GRAY);
     const Bytes full = channelImageOf(*original);
     const Page page = load(half, {-10, 1000, 800});
     for (size_t y = 0; y < 500; ++y)
@@ -169,15 +169,15 @@ TEST(Load, LimitsShrinkAndNeverRefuse) {
                       (full[i] + full[i + 1] + full[i + 2000] + full[i + 2001] + 2) / 4);
         }
     // A strip of which no column is left can't be stored.
-    const std::string strip = writeFile("strip.png", "PNG", {recordOf(1, 5000, IM_GRAY).get()});
+    const std::string strip = writeFile("strip.png", "PNG", {randomIm(1, 5000, IM_GRAY).get()});
     EXPECT_EQ(load(strip).result, 7);
 }
 
 TEST(Load, KindsOfPages) {
-    const ImRecord binary = recordOf(33, 5, IM_BINARY), grey = recordOf(9, 4, IM_GRAY),
-                   rgb = recordOf(9, 4, IM_RGB), map = recordOf(9, 4, IM_MAP),
-                   cmyk = recordOf(9, 4, IM_CMYK), wide = recordOf(9, 4, IM_GRAY, IM_USHORT),
-                   wideCmyk = recordOf(9, 4, IM_CMYK, IM_USHORT);
+    const Im binary = randomIm(33, 5, IM_BINARY), grey = randomIm(9, 4, IM_GRAY),
+             rgb = randomIm(9, 4, IM_RGB), map = randomIm(9, 4, IM_MAP),
+             cmyk = randomIm(9, 4, IM_CMYK), wide = randomIm(9, 4, IM_GRAY, IM_USHORT),
+             wideCmyk = randomIm(9, 4, IM_CMYK, IM_USHORT);
     for (int i = 0; i < 256; ++i)
         map->palette[i] = {static_cast<unsigned char>(i), static_cast<unsigned char>(7 * i), 9};
     for (const imImage* image : {binary.get(), grey.get(), rgb.get()}) {
@@ -188,7 +188,7 @@ TEST(Load, KindsOfPages) {
     for (imImage* image : {map.get(), cmyk.get()}) {
         const Page page = load(writeFile("kind.tif", "TIFF", {image}));
         EXPECT_EQ(page.channels, 3);
-        const ImRecord converted(imImageCreate(9, 4, IM_RGB, IM_BYTE));
+        const Im converted(imImageCreate(9, 4, IM_RGB, IM_BYTE));
         imConvertColorSpace(image, converted.get());
         EXPECT_EQ(page.samples, channelImageOf(*converted));
     }
@@ -215,9 +215,9 @@ TEST(Load, KindsOfPages) {
 }
 
 TEST(Load, TopDownBitmapsComeUpright) {
-    const ImRecord rgb = recordOf(40, 3, IM_RGB);
+    const Im rgb = randomIm(40, 3, IM_RGB);
     const std::string upright = writeFile("up.bmp", "BMP", {rgb.get()});
-    Bytes bytes = bytesOfFile(upright);
+    Bytes bytes = fileBytes(upright);
     const size_t row = 120;
     std::swap_ranges(&bytes[54], &bytes[54 + row], &bytes[54 + 2 * row]);
     for (size_t i = 22; i < 26; ++i)
@@ -227,7 +227,7 @@ TEST(Load, TopDownBitmapsComeUpright) {
 }
 
 TEST(Load, AttributesOfThePage) {
-    const ImRecord grey = recordOf(16, 16, IM_GRAY);
+    const Im grey = randomIm(16, 16, IM_GRAY);
     const Dots inch{300.0F, 200.0F, "DPI"}, centimetre{118.11F, 78.74F, "DPC"};
     const auto check = [&](const Page& page, double x, double y) {
         EXPECT_DOUBLE_EQ(page.x, x) << page.format;
@@ -264,8 +264,8 @@ TEST(Load, CodesLeaveTheOutputsAlone) {
     const std::string empty = writeBytes("empty.png", {});
     const std::string text = writeBytes("text.tif", {'h', 'e', 'l', 'l', 'o'});
     const std::string folder = ::testing::TempDir();
-    const std::string good = writeFile("good.png", "PNG", {recordOf(30, 20, IM_GRAY).get()});
-    Bytes cut = bytesOfFile(good);
+    const std::string good = writeFile("good.png", "PNG", {randomIm(30, 20, IM_GRAY).get()});
+    Bytes cut = fileBytes(good);
     cut.resize(cut.size() / 2);
     const std::string damaged = writeBytes("cut.png", cut);
     struct Row {
@@ -313,8 +313,8 @@ TEST(Load, CodesLeaveTheOutputsAlone) {
 
 TEST(Load, RecordsFromPages) {
     tagImage record{};
-    const ImRecord cmyk = recordOf(4, 3, IM_CMYK), real = recordOf(4, 3, IM_GRAY, IM_DOUBLE),
-                   grey = recordOf(4, 3, IM_GRAY);
+    const Im cmyk = randomIm(4, 3, IM_CMYK), real = randomIm(4, 3, IM_GRAY, IM_DOUBLE),
+             grey = randomIm(4, 3, IM_GRAY);
     EXPECT_EQ(KelAllocAndSetKelImage(&record, cmyk.get(), "TIFF", "NONE", 12, 3), 1);
     EXPECT_EQ(record.channels, 4);
     EXPECT_EQ(record.imageData, nullptr);
@@ -332,7 +332,7 @@ TEST(Load, RecordsFromPages) {
 TEST(Load, SideBySide) {
     const Dots dots{118.0F, 118.0F, "DPC"};
     const std::string path =
-        writeFile("threads.jpg", "JPEG", {recordOf(64, 48, IM_RGB).get()}, &dots);
+        writeFile("threads.jpg", "JPEG", {randomIm(64, 48, IM_RGB).get()}, &dots);
     const Page expected = load(path);
     std::vector<std::thread> threads;
     for (int t = 0; t < 8; ++t)
