@@ -151,6 +151,7 @@ int runAll(int argc, char** argv) {
     addImFileRows();
     addBinarizeRows();
     addImProcessRows();
+    addGeometryRows();
     if (!checkRows()) return 1;
     for (size_t i = 0; i < rows().size(); ++i)
         for (bool ours : {true, false})
@@ -163,6 +164,7 @@ int runAll(int argc, char** argv) {
     FastestReporter reporter(2 * rows().size());
     benchmark::RunSpecifiedBenchmarks(&reporter);
     printTable(reporter);
+    printTeamTable();
     printMemoryTable();
     return 0;
 }

@@ -34,6 +34,10 @@ void addImBridgeRows();
 void addImFileRows();
 void addBinarizeRows();
 void addImProcessRows();
+void addGeometryRows();
+
+/// Prints what two threads bring where an operation may use them.
+void printTeamTable();
 
 /// Prints how much memory the operations take.
 void printMemoryTable();

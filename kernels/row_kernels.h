@@ -12,6 +12,14 @@ namespace kel::detail {
 
 enum class CpuLevel { plain, avx2, best = avx2 };
 
+/// Which sample of a row each output takes. The columns do not decrease.
+struct ColumnMap {
+    const int32_t* columns;
+    const int32_t* starts;   ///< outputs 16 b to 16 b + 15 take theirs from `starts[b]` on
+    const uint8_t* offsets;  ///< columns, counted from the start of their block
+    int windows;             ///< a block spans at most 16 times this; 0: too far for blocks
+};
+
 /// The kernels of one level. `count` is in samples (pixels); any value from 0 on.
 struct RowKernels {
     const char* level;
@@ -68,6 +76,33 @@ struct RowKernels {
 
     /// Means of 2 by 2 samples, halves up: `count` of them from two rows. No overlap.
     void (*halve)(const uint8_t* above, const uint8_t* below, uint8_t* means, size_t count);
+
+    /// out[i] = row[map.columns[i]]. Reads up to 16 * windows samples from each block's start on.
+    void (*pickColumns)(const uint8_t* row, const ColumnMap& map, uint8_t* out, size_t count);
+
+    /// Truncated means of row[i], row[i + 1], below[i] and below[i + fourth]. No overlap.
+    void (*quadMeans)(const uint8_t* row, const uint8_t* below, ptrdiff_t fourth, uint8_t* out,
+                      size_t count);
+
+    /// The least of the same four. No overlap.
+    void (*quadLeasts)(const uint8_t* row, const uint8_t* below, ptrdiff_t fourth, uint8_t* out,
+                       size_t count);
+
+    /// samples[i] * weights[i]. No overlap.
+    void (*weighSamples)(const uint8_t* samples, const double* weights, double* out, size_t count);
+
+    /// left * weight + right * weight + leftBelow * weightBelow + rightBelow * weightBelow, added
+    /// in this order and truncated. No overlap.
+    void (*blendRows)(const double* left, const double* right, const double* leftBelow,
+                      const double* rightBelow, double weight, double weightBelow, uint8_t* out,
+                      size_t count);
+
+    /// out[i] = in[count - 1 - i]. No overlap.
+    void (*reverseBytes)(const uint8_t* in, uint8_t* out, size_t count);
+
+    /// out[x * outStride + y] = in[y * inStride + x]; strides may be negative. No overlap.
+    void (*transpose)(const uint8_t* in, ptrdiff_t inStride, uint8_t* out, ptrdiff_t outStride,
+                      ptrdiff_t columns, ptrdiff_t rows);
 };
 
 /// The kernels of the best level that the processor has and that is not above `atMost` or the
