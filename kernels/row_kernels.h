@@ -80,6 +80,10 @@ struct RowKernels {
     /// out[i] = row[map.columns[i]]. Reads up to 16 * windows samples from each block's start on.
     void (*pickColumns)(const uint8_t* row, const ColumnMap& map, uint8_t* out, size_t count);
 
+    /// The same for left[i], and right[i] = row[map.columns[i] + 1]; the windows hold both.
+    void (*pickPairs)(const uint8_t* row, const ColumnMap& map, uint8_t* left, uint8_t* right,
+                      size_t count);
+
     /// Truncated means of row[i], row[i + 1], below[i] and below[i + fourth]. No overlap.
     void (*quadMeans)(const uint8_t* row, const uint8_t* below, ptrdiff_t fourth, uint8_t* out,
                       size_t count);
@@ -93,9 +97,14 @@ struct RowKernels {
 
     /// left * weight + right * weight + leftBelow * weightBelow + rightBelow * weightBelow, added
     /// in this order and truncated. No overlap.
-    void (*blendRows)(const double* left, const double* right, const double* leftBelow,
-                      const double* rightBelow, double weight, double weightBelow, uint8_t* out,
-                      size_t count);
+    void (*blendWeighted)(const double* left, const double* right, const double* leftBelow,
+                          const double* rightBelow, double weight, double weightBelow, uint8_t* out,
+                          size_t count);
+
+    /// The same of `samples`: left, right, left below and right below, times their column's weight.
+    void (*blendSamples)(const uint8_t* const samples[4], const double* leftWeights,
+                         const double* rightWeights, double weight, double weightBelow,
+                         uint8_t* out, size_t count);
 
     /// out[i] = in[count - 1 - i]. No overlap.
     void (*reverseBytes)(const uint8_t* in, uint8_t* out, size_t count);

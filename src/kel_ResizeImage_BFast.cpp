@@ -52,15 +52,16 @@ class ColumnRun {
   public:
     static constexpr int kMost = Most;
 
-    /// Columns from `from` on, up to `end`; those whose samples lie in `sourceWidth` columns.
-    ColumnRun(const Resize& resize, int from, int end, int sourceWidth)
+    /// Columns from `from` on, up to `end`, whose samples lie in the source with `right` more
+    /// samples to the right.
+    ColumnRun(const Resize& resize, int from, int end, int right)
         : first(from), origin(resize.sourceColumn(from)) {
         while (count < Most && from + count < end) {
             const int column = resize.sourceColumn(from + count);
-            if (column >= sourceWidth) break;
+            if (column + right >= resize.sourceSize.width) break;
             columns_[count++] = column - origin;
         }
-        divide(sourceWidth - origin);
+        divide(resize.sourceSize.width - origin, right);
     }
 
     ColumnMap map() const { return {columns_, starts_, offsets_, windows_}; }
@@ -76,11 +77,11 @@ class ColumnRun {
   private:
     static constexpr int kBlock = 16, kMostWindows = 4;
 
-    void divide(int sourceWidth) {
+    void divide(int sourceWidth, int right) {
         int widest = 0;
         for (int i = 0; i < count; i += kBlock)
             widest = std::max(widest, columns_[std::min(i + kBlock, count) - 1] - columns_[i]);
-        const int windows = widest / kBlock + 1;
+        const int windows = (widest + right) / kBlock + 1;
         if (windows > kMostWindows || kBlock * windows > sourceWidth) return;
         windows_ = windows;
         for (int i = 0; i < count; ++i) {
@@ -113,7 +114,7 @@ template <class MakeRow>
 void forTargetRows(const Resize& resize, RowRange rows, int columnsLeft, const MakeRow& makeRow) {
     const int end = resize.targetSize.width - columnsLeft;
     for (int x = 0; x < end;) {
-        const PixelColumns columns(resize, x, end, resize.sourceSize.width);
+        const PixelColumns columns(resize, x, end, 0);
         for (int c = 0; c < resize.planes; ++c) {
             const ConstPlaneView from = constPlaneOf(resize.source, resize.sourceSize, c);
             const PlaneView to = planeOf(resize.target, resize.targetSize, c);
@@ -184,72 +185,90 @@ int resizeByFour(const Resize& resize) {
     return 0;
 }
 
-using BlendColumns = ColumnRun<512>;
+using BlendColumns = ColumnRun<2048>;
 
-/// The weighted samples of one source row under a run of columns: left[x] holds the sample times
-/// 1 - fx, right[x] its right neighbour times fx.
-struct WeightedRow {
-    int sourceRow = -1;
-    double left[BlendColumns::kMost];
-    double right[BlendColumns::kMost];
-};
-
-/// The bilinear part of a thread's rows under one run of columns. A source row is weighted once,
-/// however many target rows look at it; the products are those of the full expression, which takes
-/// the column's weight first.
+/// The bilinear part of a thread's rows under one run of columns.
 class Blender {
   public:
     Blender(const Resize& resize, int from)
-        : resize_(resize), columns_(resize, from, resize.targetSize.width, resize.innerWidth()) {
+        : resize_(resize), columns_(resize, from, resize.targetSize.width, 1) {
         for (int i = 0; i < columns_.count; ++i) {
             const int x = columns_.first + i;
             const double fx = x * resize.xScale - resize.sourceColumn(x);
             right_[i] = fx;
             left_[i] = 1 - fx;
+            isPicking_ = isPicking_ && fx == 0;
         }
     }
 
     int count() const { return columns_.count; }
 
     void makePlane(ConstPlaneView from, PlaneView to, RowRange rows) {
-        WeightedRow* above = &rows_[0];
-        WeightedRow* below = &rows_[1];
-        above->sourceRow = below->sourceRow = -1;
+        rows_[0].sourceRow = rows_[1].sourceRow = -1;
         for (int y = rows.first; y < rows.end; ++y) {
             const int sy = resize_.sourceRow(y);
-            unsigned char* const out = to.row(y) + columns_.first;
-            if (sy >= resize_.innerHeight()) {
-                kernels_.pickColumns(from.row(sy) + columns_.origin, columns_.map(), out, size());
-                continue;
-            }
-            if (below->sourceRow == sy) std::swap(above, below);
-            weigh(from, sy, above);
-            weigh(from, sy + 1, below);
             const double fy = y * resize_.yScale - sy;
-            kernels_.blendRows(above->left, above->right, below->left, below->right, 1 - fy, fy,
-                               out, size());
+            unsigned char* const out = to.row(y) + columns_.first;
+            // Without neighbours, or with neighbours of no weight.
+            if (sy >= resize_.innerHeight() || (isPicking_ && fy == 0))
+                kernels_.pickColumns(rowOf(from, sy), columns_.map(), out, size());
+            else if (resize_.yScale < kSharedRows)
+                blendShared(from, sy, fy, out);
+            else
+                blend(from, sy, fy, out);
         }
     }
 
   private:
+    /// Below this scale it pays to keep weighted rows for the target row that comes next.
+    static constexpr double kSharedRows = 1.0;
+
+    /// The weighted samples of one source row: left[x] holds the sample times 1 - fx, right[x] its
+    /// right neighbour times fx. These are the first products of the full expression.
+    struct WeightedRow {
+        int sourceRow = -1;
+        double left[BlendColumns::kMost];
+        double right[BlendColumns::kMost];
+    };
+
     size_t size() const { return static_cast<size_t>(columns_.count); }
 
-    void weigh(ConstPlaneView from, int sy, WeightedRow* row) {
-        if (row->sourceRow == sy) return;
-        row->sourceRow = sy;
-        unsigned char picked[BlendColumns::kMost];
-        const unsigned char* const samples = from.row(sy) + columns_.origin;
-        kernels_.pickColumns(samples, columns_.map(), picked, size());
-        kernels_.weighSamples(picked, left_, row->left, size());
-        kernels_.pickColumns(samples + 1, columns_.map(), picked, size());
-        kernels_.weighSamples(picked, right_, row->right, size());
+    const unsigned char* rowOf(ConstPlaneView from, int sy) const {
+        return from.row(sy) + columns_.origin;
+    }
+
+    void blend(ConstPlaneView from, int sy, double fy, unsigned char* out) {
+        unsigned char samples[4][BlendColumns::kMost];
+        const unsigned char* const all[4] = {samples[0], samples[1], samples[2], samples[3]};
+        kernels_.pickPairs(rowOf(from, sy), columns_.map(), samples[0], samples[1], size());
+        kernels_.pickPairs(rowOf(from, sy + 1), columns_.map(), samples[2], samples[3], size());
+        kernels_.blendSamples(all, left_, right_, 1 - fy, fy, out, size());
+    }
+
+    void blendShared(ConstPlaneView from, int sy, double fy, unsigned char* out) {
+        weigh(from, sy);
+        weigh(from, sy + 1);
+        const WeightedRow &above = rows_[sy % 2], &below = rows_[(sy + 1) % 2];
+        kernels_.blendWeighted(above.left, above.right, below.left, below.right, 1 - fy, fy, out,
+                               size());
+    }
+
+    void weigh(ConstPlaneView from, int sy) {
+        WeightedRow& row = rows_[sy % 2];
+        if (row.sourceRow == sy) return;
+        row.sourceRow = sy;
+        unsigned char left[BlendColumns::kMost], right[BlendColumns::kMost];
+        kernels_.pickPairs(rowOf(from, sy), columns_.map(), left, right, size());
+        kernels_.weighSamples(left, left_, row.left, size());
+        kernels_.weighSamples(right, right_, row.right, size());
     }
 
     const RowKernels& kernels_ = rowKernels();
     const Resize& resize_;
     const BlendColumns columns_;
     double left_[BlendColumns::kMost], right_[BlendColumns::kMost];
-    WeightedRow rows_[2];
+    bool isPicking_ = true;  ///< no column gives its right neighbour any weight
+    WeightedRow rows_[2];    ///< of even and of odd source rows
 };
 
 void blendTargetRows(const Resize& resize, RowRange rows) {
