@@ -74,8 +74,10 @@ struct RowKernels {
     /// Adds `weight` times each sample to its sum, modulo 2^32.
     void (*addWeighted)(const uint8_t* samples, uint32_t weight, uint32_t* sums, size_t count);
 
-    /// Means of 2 by 2 samples, halves up: `count` of them from two rows. No overlap.
-    void (*halve)(const uint8_t* above, const uint8_t* below, uint8_t* means, size_t count);
+    /// Means of 2 by 2 samples: `count` of them from two rows. `rounding` is added to the sum: 2
+    /// for halves up, 0 to truncate. No overlap.
+    void (*halve)(const uint8_t* above, const uint8_t* below, uint8_t* means, size_t count,
+                  int rounding);
 
     /// out[i] = row[map.columns[i]]. Reads up to 16 * windows samples from each block's start on.
     void (*pickColumns)(const uint8_t* row, const ColumnMap& map, uint8_t* out, size_t count);

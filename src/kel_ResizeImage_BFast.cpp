@@ -1,8 +1,8 @@
 // The multithreaded resize kernels.
 //
-// Where a target column's samples lie is worked out once for a run of columns, not once a row; the
-// tables live on the stack. Means and minima are made for every source position of a row and then
-// picked, since whole rows are done by vectors: that is quicker up to a scale of about four.
+// Nothing is allocated: the tables of a run of columns live on the stack. Means and minima are made
+// for every source position of a row and then picked, since whole rows are done by vectors: that is
+// quicker up to a scale of about four.
 #include "kel_ResizeImage_BFast.h"
 
 #include <algorithm>
@@ -11,7 +11,7 @@
 #include "kernels/row_kernels.h"
 #include "parallel.h"
 #include "plane_view.h"
-#include "sizes.h"
+#include "resize_map.h"
 
 using namespace kel::detail;
 
@@ -21,90 +21,10 @@ constexpr int kMostThreads = 4;
 /// Below this many target samples a call is done before a team has woken up.
 constexpr int64_t kWorthATeam = 1 << 16;
 
-/// What every thread of a call reads.
-struct Resize {
-    Resize(unsigned char* src, int srcW, int srcH, int channels, unsigned char* dst, int dstW,
-           int dstH)
-        : source(src),
-          target(dst),
-          sourceSize{srcW, srcH},
-          targetSize{dstW, dstH},
-          planes(channels == 1 ? 1 : 3),
-          xScale(srcW / static_cast<double>(dstW)),
-          yScale(srcH / static_cast<double>(dstH)) {}
-
-    int sourceRow(int y) const { return static_cast<int>(y * yScale); }
-    int sourceColumn(int x) const { return static_cast<int>(x * xScale); }
-    /// With neighbours: columns and rows below these.
-    int innerWidth() const { return sourceSize.width - 1; }
-    int innerHeight() const { return sourceSize.height - 1; }
-
-    unsigned char* source;
-    unsigned char* target;
-    kelSize sourceSize, targetSize;
-    int planes;
-    double xScale, yScale;
-};
-
-/// A run of target columns, and where their samples lie in a source row.
-template <int Most>
-class ColumnRun {
-  public:
-    static constexpr int kMost = Most;
-
-    /// Columns from `from` on, up to `end`, whose samples lie in the source with `right` more
-    /// samples to the right.
-    ColumnRun(const Resize& resize, int from, int end, int right)
-        : first(from), origin(resize.sourceColumn(from)) {
-        while (count < Most && from + count < end) {
-            const int column = resize.sourceColumn(from + count);
-            if (column + right >= resize.sourceSize.width) break;
-            columns_[count++] = column - origin;
-        }
-        divide(resize.sourceSize.width - origin, right);
-    }
-
-    ColumnMap map() const { return {columns_, starts_, offsets_, windows_}; }
-    int column(int i) const { return columns_[i]; }
-    bool inBlocks() const { return windows_ > 0; }
-    /// Source samples from the origin to the last column's.
-    int span() const { return count > 0 ? columns_[count - 1] + 1 : 0; }
-
-    const int first;   ///< target column of the run's first
-    const int origin;  ///< its source column; the map counts from there
-    int count = 0;
-
-  private:
-    static constexpr int kBlock = 16, kMostWindows = 4;
-
-    void divide(int sourceWidth, int right) {
-        int widest = 0;
-        for (int i = 0; i < count; i += kBlock)
-            widest = std::max(widest, columns_[std::min(i + kBlock, count) - 1] - columns_[i]);
-        const int windows = (widest + right) / kBlock + 1;
-        if (windows > kMostWindows || kBlock * windows > sourceWidth) return;
-        windows_ = windows;
-        for (int i = 0; i < count; ++i) {
-            // A block's windows must end with the row.
-            int32_t& start = starts_[i / kBlock];
-            if (i % kBlock == 0) start = std::min(columns_[i], sourceWidth - kBlock * windows);
-            offsets_[i] = static_cast<uint8_t>(columns_[i] - start);
-        }
-    }
-
-    int32_t columns_[Most];
-    int32_t starts_[(Most + kBlock - 1) / kBlock];
-    uint8_t offsets_[Most];
-    int windows_ = 0;
-};
-
 using PixelColumns = ColumnRun<2048>;
 
-/// Runs `body(RowRange)` for the target rows of `resize`, less `left`, on a team.
-template <class Body>
-void runTargetRows(const Resize& resize, int left, const Body& body) {
-    const bool worth = planeStep(resize.targetSize) * resize.planes >= kWorthATeam;
-    runRows(worth ? kMostThreads : 1, resize.targetSize.height - left, body);
+int threadsFor(const Resize& resize) {
+    return planeStep(resize.targetSize) * resize.planes < kWorthATeam ? 1 : kMostThreads;
 }
 
 /// Walks a thread's rows run of columns by run of columns. `makeRow(columns, row, isInner, out)`
@@ -135,8 +55,10 @@ int leftOut(const Resize& resize) {
     return resize.planes == 1 ? 0 : 1;
 }
 
+/// The mean of the samples at i, i + 1, i + stride and beside the latter.
 struct MeanOfFour {
     static constexpr auto row = &RowKernels::quadMeans;
+    static constexpr bool isHalving = true;  ///< there is a kernel for every second mean
     static unsigned char of(int a, int b, int c, int d) {
         return static_cast<unsigned char>((a + b + c + d) >> 2);
     }
@@ -144,6 +66,7 @@ struct MeanOfFour {
 
 struct LeastOfFour {
     static constexpr auto row = &RowKernels::quadLeasts;
+    static constexpr bool isHalving = false;
     static unsigned char of(unsigned char a, unsigned char b, unsigned char c, unsigned char d) {
         return std::min(std::min(a, b), std::min(c, d));
     }
@@ -162,13 +85,17 @@ int resizeByFour(const Resize& resize) {
         while (inner > 0 && columns.origin + columns.column(inner - 1) >= resize.innerWidth())
             --inner;
         const unsigned char* const below = row + stride;
-        int x = 0;
-        unsigned char ofAll[4 * PixelColumns::kMost + 64];
+        const auto count = static_cast<size_t>(inner);
         const int span = inner > 0 ? columns.column(inner - 1) + 1 : 0;
-        if (columns.inBlocks() && span <= 4 * PixelColumns::kMost) {
+        unsigned char ofAll[4 * PixelColumns::kMost + 64];  // the windows of the last may reach on
+        int x = inner;
+        if (Rule::isHalving && resize.xScale == 2) {
+            kernels.halve(row, fourth < 0 ? below - 1 : below, out, count, 0);
+        } else if (columns.inBlocks() && span <= 4 * PixelColumns::kMost) {
             (kernels.*Rule::row)(row, below, fourth, ofAll, static_cast<size_t>(span));
-            kernels.pickColumns(ofAll, columns.map(), out, static_cast<size_t>(inner));
-            x = inner;
+            kernels.pickColumns(ofAll, columns.map(), out, count);
+        } else {
+            x = 0;
         }
         for (; x < inner; ++x) {
             const int i = columns.column(x);
@@ -180,8 +107,8 @@ int resizeByFour(const Resize& resize) {
             for (; x < columns.count; ++x)
                 out[x] = row[columns.column(x)];
     };
-    runTargetRows(resize, leftOut(resize),
-                  [&](RowRange rows) { forTargetRows(resize, rows, leftOut(resize), makeRow); });
+    runRows(threadsFor(resize), resize.targetSize.height - leftOut(resize),
+            [&](RowRange rows) { forTargetRows(resize, rows, leftOut(resize), makeRow); });
     return 0;
 }
 
@@ -302,11 +229,31 @@ void blendTargetRows(const Resize& resize, RowRange rows) {
         }
 }
 
+/// Gives each target pixel its source pixel, but for the last `left` rows and columns.
+void resizeByPicking(const Resize& resize, int left, int mostThreads) {
+    const RowKernels& kernels = rowKernels();
+    const auto makeRow = [&](const PixelColumns& columns, const unsigned char* row, bool,
+                             unsigned char* out) {
+        kernels.pickColumns(row, columns.map(), out, static_cast<size_t>(columns.count));
+    };
+    runRows(mostThreads, resize.targetSize.height - left,
+            [&](RowRange rows) { forTargetRows(resize, rows, left, makeRow); });
+}
+
 bool isImage(const unsigned char* samples, int width, int height) {
     return samples && width >= 1 && height >= 1;
 }
 
 }  // namespace
+
+void kel::detail::resizeByTables(unsigned char* src, kelSize srcSize, int channels,
+                                 unsigned char* dst, kelSize dstSize, const int* columns,
+                                 const int* rows) {
+    Resize resize(src, srcSize.width, srcSize.height, channels, dst, dstSize.width, dstSize.height);
+    resize.columns = columns;
+    resize.rows = rows;
+    resizeByPicking(resize, 0, 1);
+}
 
 int KelResizeImageLinear_Fast(unsigned char* src, int srcW, int srcH, int channels,
                               unsigned char* dst, int dstW, int dstH, int kind) {
@@ -325,7 +272,7 @@ int KelResizeImageNNLinear_Fast(unsigned char* src, int srcW, int srcH, int chan
                                 unsigned char* dst, int dstW, int dstH) {
     if (!isImage(src, srcW, srcH) || !isImage(dst, dstW, dstH)) return 0;
     const Resize resize(src, srcW, srcH, channels, dst, dstW, dstH);
-    runTargetRows(resize, 0, [&](RowRange rows) { blendTargetRows(resize, rows); });
+    runRows(threadsFor(resize), dstH, [&](RowRange rows) { blendTargetRows(resize, rows); });
     return 0;
 }
 
@@ -341,14 +288,7 @@ int KelResizeImageMin_Fast(unsigned char* src, int srcW, int srcH, int channels,
 
 int KelResizeImageNear_Fast(unsigned char* src, int srcW, int srcH, int channels,
                             unsigned char* dst, int dstW, int dstH) {
-    const RowKernels& kernels = rowKernels();
     const Resize resize(src, srcW, srcH, channels, dst, dstW, dstH);
-    runTargetRows(resize, leftOut(resize), [&](RowRange rows) {
-        forTargetRows(
-            resize, rows, leftOut(resize),
-            [&](const PixelColumns& columns, const unsigned char* row, bool, unsigned char* out) {
-                kernels.pickColumns(row, columns.map(), out, static_cast<size_t>(columns.count));
-            });
-    });
+    resizeByPicking(resize, leftOut(resize), threadsFor(resize));
     return 0;
 }

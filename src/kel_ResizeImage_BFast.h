@@ -9,6 +9,8 @@
 // leave the last row and column of the target as they were.
 #pragma once
 
+#include "kel_define.h"
+
 /// Checks its arguments and runs a kernel: `kind` 0 KelResizeImageAver_Fast(), 1
 /// KelResizeImageMin_Fast(), any other KelResizeImageNear_Fast().
 /// @return 0; 1 for a null pointer, a size below 1, or a plane count that is neither 1 nor 3
@@ -34,3 +36,12 @@ int KelResizeImageMin_Fast(unsigned char* src, int srcW, int srcH, int channels,
 /// The pixel itself; otherwise as KelResizeImageAver_Fast().
 int KelResizeImageNear_Fast(unsigned char* src, int srcW, int srcH, int channels,
                             unsigned char* dst, int dstW, int dstH);
+
+namespace kel::detail {
+
+/// Gives target pixel (x, y) the source pixel (columns[x], rows[y]), on the caller's thread. The
+/// columns do not decrease.
+void resizeByTables(unsigned char* src, kelSize srcSize, int channels, unsigned char* dst,
+                    kelSize dstSize, const int* columns, const int* rows);
+
+}  // namespace kel::detail
