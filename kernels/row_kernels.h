@@ -97,14 +97,13 @@ struct RowKernels {
     /// samples[i] * weights[i]. No overlap.
     void (*weighSamples)(const uint8_t* samples, const double* weights, double* out, size_t count);
 
-    /// left * weight + right * weight + leftBelow * weightBelow + rightBelow * weightBelow, added
-    /// in this order and truncated. No overlap.
-    void (*blendWeighted)(const double* left, const double* right, const double* leftBelow,
-                          const double* rightBelow, double weight, double weightBelow, uint8_t* out,
-                          size_t count);
+    /// Of four rows, left and right, left and right below: left * weight + right * weight + left
+    /// below * weightBelow + right below * weightBelow, added in this order and truncated.
+    void (*blendWeighted)(const double* const rows[4], double weight, double weightBelow,
+                          uint8_t* out, size_t count);
 
-    /// The same of `samples`: left, right, left below and right below, times their column's weight.
-    void (*blendSamples)(const uint8_t* const samples[4], const double* leftWeights,
+    /// The same of samples, each times its column's weight first.
+    void (*blendSamples)(const uint8_t* const rows[4], const double* leftWeights,
                          const double* rightWeights, double weight, double weightBelow,
                          uint8_t* out, size_t count);
 

@@ -35,6 +35,22 @@ void turnInto(const CvArr* src, CvArr* dst, kelSize size, double angle) {
     cvGetQuadrangleSubPix(src, dst, &matrix);
 }
 
+/// The same from one channel image into another that does not overlap it. A grey plane is turned
+/// where it lies; of colours, `dst` holds the pixels to turn, which saves memory to be cleared.
+void turnApart(unsigned char* src, unsigned char* dst, kelSize size, int channels, double angle) {
+    CvMat target = cvMat(size.height, size.width, CV_8UC(channels), dst);
+    if (channels == 1) {
+        const CvMat source = planeHeader(src, size);
+        turnInto(&source, &target, size, angle);
+        return;
+    }
+    IplImage pixels = cvIplImage(cv::cvarrToMat(&target));
+    KelPutIplImage(&pixels, src);
+    const IplImageHandle turned = makeIplImage(size.width, size.height, channels);
+    turnInto(&target, turned.get(), size, angle);
+    KelGetIplImage(turned.get(), dst);
+}
+
 /// The planes that the exact turns handle.
 int turnedPlanes(int channels) {
     return channels == 1 ? 1 : 3;
@@ -112,11 +128,10 @@ int KelRotateImageLittleAngle(unsigned char* src, unsigned char* dst, kelSize si
             std::memmove(dst, src, *bytes);
         return 0;
     }
-    const auto plane = static_cast<size_t>(isEmpty(size) ? 0 : planeStep(size));
-    if (channels == 1 && plane > 0 && !overlaps(src, plane, dst, plane)) {
-        const CvMat from = planeHeader(src, size);
-        CvMat to = planeHeader(dst, size);
-        turnInto(&from, &to, size, angle);
+    const ptrdiff_t plane = isEmpty(size) ? 0 : planeStep(size);
+    const auto bytes = static_cast<size_t>(plane * turnedPlanes(channels));
+    if ((channels == 1 || channels == 3) && plane > 0 && !overlaps(src, bytes, dst, bytes)) {
+        turnApart(src, dst, size, channels, angle);
         return 0;
     }
     const IplImageHandle image = makeIplImage(size.width, size.height, channels);

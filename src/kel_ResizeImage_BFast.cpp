@@ -187,8 +187,8 @@ class Blender {
         weigh(from, sy);
         weigh(from, sy + 1);
         const WeightedRow &above = rows_[sy % 2], &below = rows_[(sy + 1) % 2];
-        kernels_.blendWeighted(above.left, above.right, below.left, below.right, 1 - fy, fy, out,
-                               size());
+        const double* const all[4] = {above.left, above.right, below.left, below.right};
+        kernels_.blendWeighted(all, 1 - fy, fy, out, size());
     }
 
     void weigh(ConstPlaneView from, int sy) {
