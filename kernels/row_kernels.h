@@ -94,18 +94,17 @@ struct RowKernels {
     void (*quadLeasts)(const uint8_t* row, const uint8_t* below, ptrdiff_t fourth, uint8_t* out,
                        size_t count);
 
-    /// samples[i] * weights[i]. No overlap.
-    void (*weighSamples)(const uint8_t* samples, const double* weights, double* out, size_t count);
+    /// leftOut[i] = left[i] * (1 - fx[i]) and rightOut[i] = right[i] * fx[i]. No overlap.
+    void (*weighPairs)(const uint8_t* left, const uint8_t* right, const double* fx, double* leftOut,
+                       double* rightOut, size_t count);
 
-    /// Of four rows, left and right, left and right below: left * weight + right * weight + left
-    /// below * weightBelow + right below * weightBelow, added in this order and truncated.
-    void (*blendWeighted)(const double* const rows[4], double weight, double weightBelow,
-                          uint8_t* out, size_t count);
+    /// The second half of a bilinear sum, of four such rows, left and right, left and right below:
+    /// each times 1 - fy or fy, added in this order and truncated.
+    void (*blendWeighted)(const double* const rows[4], double fy, uint8_t* out, size_t count);
 
-    /// The same of samples, each times its column's weight first.
-    void (*blendSamples)(const uint8_t* const rows[4], const double* leftWeights,
-                         const double* rightWeights, double weight, double weightBelow,
-                         uint8_t* out, size_t count);
+    /// The whole of it, of four rows of samples.
+    void (*blendSamples)(const uint8_t* const rows[4], const double* fx, double fy, uint8_t* out,
+                         size_t count);
 
     /// out[i] = in[count - 1 - i]. No overlap.
     void (*reverseBytes)(const uint8_t* in, uint8_t* out, size_t count);
