@@ -98,6 +98,21 @@ TEST_P(Levels, BitsSumsAndHalves) {
     }
 }
 
+TEST_P(Levels, ReversalsAndTranspositions) {
+    for (unsigned n = 0; n <= 80; ++n) {
+        const Bytes in = test::randomBytes(100 * n, n);
+        Guarded reversed(100 * n), turned(100 * n);
+        const unsigned count = n > 0 ? 100 * n - n % 7 : 0;
+        kernels.reverseBytes(in.data(), reversed.data(), count);
+        kernels.transpose(in.data(), n, turned.data(), 100, n, 100);
+        for (unsigned i = 0; i < 100 * n; ++i)
+            ASSERT_EQ(turned.data()[i % n * 100 + i / n], in[i]) << n << " at " << i;
+        for (unsigned i = 0; i < count; ++i)
+            ASSERT_EQ(reversed.data()[i], in[count - 1 - i]) << n << " at " << i;
+        turned.bytes(), reversed.bytes();
+    }
+}
+
 /// Calls check(r, g, b) with planes of 65536 samples, which together hold every triple.
 template <class Check>
 void forEveryTriple(Check check) {
