@@ -8,7 +8,6 @@
 
 #include "bench_pages.h"
 #include "bench_rows.h"
-#include "cv_handles.h"
 #include "kel_ImageBasicProcess.h"
 #include "kel_cv.h"
 #include "kernels/row_kernels.h"
@@ -16,8 +15,6 @@
 
 namespace bench {
 namespace {
-
-using kel::detail::planeMat;
 
 /// One image in both forms: planes for us, pixels for OpenCV.
 struct Picture {
@@ -49,13 +46,13 @@ PicturePtr pictureOf(const PageSet& page, int channels) {
     return std::make_shared<Picture>(page.size, channels, channels == 1 ? page.grey : page.colour);
 }
 
-void resize(const Picture& from, Picture& to, int method) {
-    KelResizeImage(const_cast<unsigned char*>(from.samples.data()), from.size, to.samples.data(),
-                   to.size, from.channels, method);
+void resize(Picture& from, Picture& to, int method) {
+    KelResizeImage(from.samples.data(), from.size, to.samples.data(), to.size, from.channels,
+                   method);
 }
 
 /// The same by the plain level of the row kernels, for the checks.
-Bytes plainly(const Picture& from, kelSize to, int method) {
+Bytes plainly(Picture& from, kelSize to, int method) {
     Picture result(to, from.channels);
     kel::detail::limitCpuLevel(kel::detail::CpuLevel::plain);
     resize(from, result, method);
