@@ -39,14 +39,13 @@ bool nextOf(BinaryFile& file, const TiffChain& chain, uint64_t at, uint64_t& nex
     const uint64_t entries = numberOf(chain, bytes, countBytes(chain));
     constexpr uint64_t mostEntries = 65535;
     if (entries > mostEntries) return false;
-    const uint64_t end = countBytes(chain) + entries * entryBytes(chain);
-    const uint8_t* offset = bytes + end;
+    size_t end = countBytes(chain) + static_cast<size_t>(entries) * entryBytes(chain);
     if (end + offsetBytes(chain) > got) {
         file.seek(at + end);
         if (file.read(bytes, offsetBytes(chain)) != offsetBytes(chain)) return false;
-        offset = bytes;
+        end = 0;
     }
-    next = numberOf(chain, offset, offsetBytes(chain));
+    next = numberOf(chain, bytes + end, offsetBytes(chain));
     return true;
 }
 
