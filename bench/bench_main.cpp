@@ -149,6 +149,7 @@ int runAll(int argc, char** argv) {
     addBridgeRows();
     addImBridgeRows();
     addImFileRows();
+    addFileRows();
     addBinarizeRows();
     addImProcessRows();
     addGeometryRows();
@@ -166,6 +167,7 @@ int runAll(int argc, char** argv) {
     printTable(reporter);
     printTeamTable();
     printMemoryTable();
+    printLoadMemoryTable();
     return 0;
 }
 

@@ -32,6 +32,7 @@ void addCopyRows();
 void addBridgeRows();
 void addImBridgeRows();
 void addImFileRows();
+void addFileRows();
 void addBinarizeRows();
 void addImProcessRows();
 void addGeometryRows();
@@ -41,5 +42,6 @@ void printTeamTable();
 
 /// Prints how much memory the operations take.
 void printMemoryTable();
+void printLoadMemoryTable();
 
 }  // namespace bench
