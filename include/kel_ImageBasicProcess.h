@@ -194,13 +194,14 @@ KEL_API int KelResizeImage(unsigned char* src, kelSize srcSize, unsigned char* d
 /// Angles are in degrees. All planes have the image's size; rows have no padding.
 /// @{
 
-/// Tells where a point moves when the image is turned by KelRotateImageLittleAngle(): the distance
-/// from the centre is truncated first, the results are truncated. Points right of the centre come
-/// out mirrored through it; the centre itself stays.
+/// Turns a point about the image's centre, anticlockwise for positive angles: it gives where a
+/// point goes under KelRotateImageLittleAngle() by -`angle`, or comes from under `angle`. The
+/// distance from the centre and the results are truncated. Points right of the centre come out
+/// mirrored through it; the centre itself stays.
 KEL_API void KelRotateCorTran(double angle, int w, int h, int x, int y, int* outX, int* outY);
 
-/// Turns an image about its centre by bilinear sampling (`cvGetQuadrangleSubPix`); what lies
-/// outside repeats the border.
+/// Turns an image about its centre, clockwise for positive angles, by bilinear sampling
+/// (`cvGetQuadrangleSubPix`); what lies outside repeats the border.
 /// @param dst may be `src`
 /// @return 0, or -1 when widths, heights or channel counts differ (`dst` is then untouched)
 KEL_API int KelGetQuadrangleSubPix(IplImage* src, IplImage* dst, double angle);
