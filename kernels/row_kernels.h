@@ -68,6 +68,12 @@ struct RowKernels {
 
     /// Means of 2 by 2 samples, halves up: `count` of them from two rows. No overlap.
     void (*halve)(const uint8_t* above, const uint8_t* below, uint8_t* means, size_t count);
+
+    /// `table[sample]` for each sample, from 256 entries. `out` may be `in`.
+    void (*lookUp)(const uint8_t* in, const uint8_t* table, uint8_t* out, size_t count);
+
+    /// Adds the number of samples of each level to `counts`, which has 256 entries.
+    void (*countSamples)(const uint8_t* samples, uint32_t* counts, size_t count);
 };
 
 /// The kernels of the best level that the processor has and that is not above `atMost` or the
