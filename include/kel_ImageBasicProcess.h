@@ -218,5 +218,50 @@ KEL_API int KelBinarizePartArea(unsigned char* src, unsigned char* dst, int widt
                                 int channels, int marginX, int marginY, int thres);
 
 /// @}
+/// @name Histograms and levels
+/// `hist` and `map` are arrays of 256 numbers; rates are shares of the samples, 0 to 1.
+/// @{
+
+/// Counts the samples of each level.
+/// @return 0, always
+KEL_API int KelCalHist(unsigned char* plane, kelSize size, int* hist);
+
+/// Finds the range of levels that is left when a share of the darkest and of the brightest samples
+/// is cut off, and stretches it over 1 to 255.
+/// @param total     number of samples in `hist`
+/// @param map       receives the stretched levels at those of the range; others are not touched
+/// @param lowLevel  the level just below the range, at least 0
+/// @param highLevel the level just above it, at most 255
+/// @return 0; -1, with nothing written, when an end is not found, the range has less than five
+///         levels or `total` is below 1
+KEL_API int KelHistSegProportion(int* hist, int total, double lowRate, double highRate, int* map,
+                                 int* lowLevel, int* highLevel);
+
+/// Stretches a plane's own range of levels (KelHistSegProportion()): what is at or beyond its ends
+/// becomes 0 and 255. A plane without such a range is copied.
+/// @param dst may be `src`
+/// @return 0, always
+KEL_API int KelColorLeversAdjust1D(unsigned char* src, unsigned char* dst, kelSize size,
+                                   double lowRate, double highRate);
+
+/// KelColorLeversAdjust1D() on a channel image.
+/// @param dst      may be `src`
+/// @param channels 1: `channel` is not read. Any other value: three planes
+/// @param channel  'R', 'G' or 'B' adjusts that plane and copies the others; any other character
+///                 adjusts each plane by itself
+/// @return 0, always
+KEL_API int KelAutoColorLeversAdjust(unsigned char* src, unsigned char* dst, kelSize size,
+                                     int channels, char channel, double lowRate, double highRate);
+
+/// The same with the size as two numbers.
+KEL_API int KelAutoColorLeversAdjust1(unsigned char* src, unsigned char* dst, int width, int height,
+                                      int channels, char channel, double lowRate, double highRate);
+
+/// Equalises a plane's histogram, shows both planes in the windows "source" and "result" and waits
+/// for a key. `dst` is complete before the windows show; it may be `src`. Without a display nothing
+/// is shown, and a line on standard error says so. Not for several threads at once.
+KEL_API void KelHistAver(unsigned char* src, unsigned char* dst, kelSize size);
+
+/// @}
 
 #endif  // KEL_IMAGEBASICPROCESS_H
