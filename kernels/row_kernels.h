@@ -79,6 +79,13 @@ struct RowKernels {
     /// is not 0, `otherwise` elsewhere. `out` may be `in` or `mask`.
     void (*thresholdByMask)(const uint8_t* in, const uint8_t* mask, uint8_t* out, size_t count,
                             uint8_t otherwise, uint8_t whenMasked);
+
+    /// 255 where a sample is below `cut`, or at most `level` with its `local` byte 255; 0
+    /// elsewhere. `local` holds 0 and 255. A bit of `marks` is set where the result is 255, a bit
+    /// of `candidates` where only `local` is; order and last word as in packNonZero. `out` may be
+    /// `in` or `local`.
+    void (*markCertain)(const uint8_t* in, const uint8_t* local, uint8_t* out, uint64_t* marks,
+                        uint64_t* candidates, size_t count, uint8_t cut, uint8_t level);
 };
 
 /// The kernels of the best level that the processor has and that is not above `atMost` or the

@@ -108,13 +108,28 @@ TEST_P(Levels, TablesAndCounts) {
         kernels.lookUp(same.data(), table.data(), same.data(), n);
         for (int twice = 0; twice < 2; ++twice)
             kernels.countSamples(p, counts, n);
+        Guarded mixed(Bytes(mask.begin(), mask.begin() + n)), bits(16 * ((n + 63) / 64));
+        for (unsigned i = 0; i < n; ++i)  // as a local plane, in place
+            mixed.data()[i] = mask[i] != 0 ? 255 : 0;
+        auto* const marks = reinterpret_cast<uint64_t*>(bits.data());
+        uint64_t* const candidates = marks + (n + 63) / 64;
+        kernels.markCertain(p, mixed.data(), mixed.data(), marks, candidates, n, 60, 180);
+        for (unsigned i = 0; i < 64 * ((n + 63) / 64); ++i) {
+            const bool marked = i < n && (p[i] < 60 || (mask[i] != 0 && p[i] <= 180));
+            const bool candidate = i < n && mask[i] != 0 && p[i] > 180;
+            ASSERT_EQ(marks[i / 64] >> i % 64 & 1, marked) << n << " at " << i;
+            ASSERT_EQ(candidates[i / 64] >> i % 64 & 1, candidate) << n << " at " << i;
+            ASSERT_TRUE(i >= n || mixed.data()[i] == (marked ? 255 : 0));
+        }
         kernels.thresholdByMask(p, mask.data(), binary.data(), n, 130, 90);
         for (unsigned i = 0; i < n; ++i) {
             ASSERT_EQ(binary.data()[i], p[i] > (mask[i] != 0 ? 90 : 130) ? 255 : 0) << n;
             ASSERT_EQ(out.data()[i], table[p[i]]) << n << " at " << i;
             expected[p[i]] += 2;
         }
-        ASSERT_EQ(same.bytes(), out.bytes()) << n << binary.bytes().size();
+        ASSERT_EQ(same.bytes(), out.bytes()) << n;
+        for (const Guarded* checked : {&binary, &mixed, &bits})
+            checked->bytes();
         ASSERT_TRUE(std::equal(counts, counts + 256, expected)) << n;
     }
 }
