@@ -86,6 +86,19 @@ struct RowKernels {
     /// `in` or `local`.
     void (*markCertain)(const uint8_t* in, const uint8_t* local, uint8_t* out, uint64_t* marks,
                         uint64_t* candidates, size_t count, uint8_t cut, uint8_t level);
+
+    /// The luminance plus `ratio` times the greatest distance of a sample from the mean of the
+    /// three, in double precision, truncated and cut to 0..255. No overlap.
+    void (*greySpread)(const uint8_t* r, const uint8_t* g, const uint8_t* b, uint8_t* out,
+                       size_t count, double ratio);
+
+    /// The same with `ratio` times r - min(g, b), for pixels with r - max(g, b) at least 21 and
+    /// max(g, b) at most 157, and the luminance for others. No overlap.
+    void (*greyRedLift)(const uint8_t* r, const uint8_t* g, const uint8_t* b, uint8_t* out,
+                        size_t count, double ratio);
+
+    /// Writes 0 to `out` where a sample exceeds `level`. No overlap.
+    void (*clearAbove)(const uint8_t* in, uint8_t* out, size_t count, uint8_t level);
 };
 
 /// The kernels of the best level that the processor has and that is not above `atMost` or the

@@ -207,6 +207,19 @@ TEST_P(Levels, GreyOfBgrEqualsOpenCvForEveryTriple) {
     });
 }
 
+TEST_P(Levels, FoldsOfEveryTriple) {
+    const double ratio = GetParam() == std::string("plain") ? 0.7F : 1.0F;
+    Bytes spread(65536), lifted(65536);
+    forEveryTriple([&](const Bytes& r, const Bytes& g, const Bytes& b) {
+        kernels.greySpread(r.data(), g.data(), b.data(), spread.data(), r.size(), ratio);
+        kernels.greyRedLift(r.data(), g.data(), b.data(), lifted.data(), r.size(), -ratio);
+        for (size_t i = 0; i < r.size(); ++i) {
+            ASSERT_EQ(spread[i], test::greySpread(r[i], g[i], b[i], ratio)) << +r[i] << " " << i;
+            ASSERT_EQ(lifted[i], test::redLift(r[i], g[i], b[i], -ratio)) << +r[i] << " " << i;
+        }
+    });
+}
+
 // Neutral pixels and colours whose weighted sum is a multiple of 1000, together in one block.
 TEST_P(Levels, LuminanceOfMixedBlocks) {
     Bytes p[3];
