@@ -149,6 +149,7 @@ int runAll(int argc, char** argv) {
     addBridgeRows();
     addImBridgeRows();
     addImFileRows();
+    addFileRows();
     addBinarizeRows();
     addImProcessRows();
     if (!checkRows()) return 1;
@@ -164,6 +165,7 @@ int runAll(int argc, char** argv) {
     benchmark::RunSpecifiedBenchmarks(&reporter);
     printTable(reporter);
     printMemoryTable();
+    printLoadMemoryTable();
     return 0;
 }
 

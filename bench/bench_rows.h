@@ -32,10 +32,12 @@ void addCopyRows();
 void addBridgeRows();
 void addImBridgeRows();
 void addImFileRows();
+void addFileRows();
 void addBinarizeRows();
 void addImProcessRows();
 
 /// Prints how much memory the operations take.
 void printMemoryTable();
+void printLoadMemoryTable();
 
 }  // namespace bench
