@@ -220,6 +220,31 @@ TEST_P(Levels, FoldsOfEveryTriple) {
     });
 }
 
+// Whole blocks of pixels that are nearly grey, by weights within and beyond what tables hold.
+TEST_P(Levels, FoldsOfNearGreys) {
+    Bytes r, g, b;
+    for (int k = 0; k < 256 * 31 * 31; ++k) {
+        const int green = k / 961, red = green + k / 31 % 31 - 15, blue = green + k % 31 - 15;
+        const auto [low, high] = std::minmax({red, green, blue});
+        const int middle = red + green + blue - low - high;
+        if (low < 0 || high > 255 || high - low + std::max(high - middle, middle - low) > 15)
+            continue;
+        r.push_back(static_cast<unsigned char>(red));
+        g.push_back(static_cast<unsigned char>(green));
+        b.push_back(static_cast<unsigned char>(blue));
+    }
+    Bytes spread(r.size()), lifted(r.size());
+    for (const float ratio : {0.0F, 0.1F, 0.5F, 0.7F, 1.0F, 2.5F, 6.3F, 6.5F, -1.0F, -2.7F, -2.8F,
+                              1e3F, 1e7F, -INFINITY, NAN}) {
+        kernels.greySpread(r.data(), g.data(), b.data(), spread.data(), r.size(), ratio);
+        kernels.greyRedLift(r.data(), g.data(), b.data(), lifted.data(), r.size(), ratio);
+        for (size_t i = 0; i < r.size(); ++i) {
+            ASSERT_EQ(spread[i], test::greySpread(r[i], g[i], b[i], ratio)) << ratio << " " << i;
+            ASSERT_EQ(lifted[i], test::redLift(r[i], g[i], b[i], ratio)) << ratio << " " << i;
+        }
+    }
+}
+
 // Neutral pixels and colours whose weighted sum is a multiple of 1000, together in one block.
 TEST_P(Levels, LuminanceOfMixedBlocks) {
     Bytes p[3];
