@@ -141,7 +141,7 @@ void addGrowthRows(const PageSet& page) {
                 adaptive(p, cv::ADAPTIVE_THRESH_MEAN_C, 15, 5);
                 otsu(p, cv::THRESH_BINARY_INV);
             },
-            1.1, [=] { return sameOnEveryLevel(p, callOn(p)); }});
+            1.2, [=] { return sameOnEveryLevel(p, callOn(p)); }});
     const Shared leftward = ruledPage(page, true), rightward = ruledPage(page, false);
     addRow({"the same, rules growing leftward", page.name + " ruled", callOn(leftward),
             "growing rightward", callOn(rightward), 1.0, [=] {
@@ -200,7 +200,7 @@ void addGreyAdjustRows(const PageSet& page) {
     };
     addRow({"KelBinarizePartArea, whole page", page.name + " colour", [=] { mark(p->ours.data()); },
             "exact luminance",
-            [=] { KelColorConvert(p->src.data(), p->size, 3, p->theirs.data(), p->size, 1); }, 1.0,
+            [=] { KelColorConvert(p->src.data(), p->size, 3, p->theirs.data(), p->size, 1); }, 2.0,
             [=] {
                 Bytes marks(p->n);
                 mark(marks.data());

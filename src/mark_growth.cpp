@@ -28,7 +28,10 @@ MarkGrowth::MarkGrowth(int width, int height)
       words_((static_cast<size_t>(width) + 63) / 64),
       stride_(words_ + 1),
       marks_(1 + stride_ * static_cast<size_t>(height)),
-      candidates_(marks_.size()) {}
+      candidates_(marks_.size()) {
+    for (size_t word = 0; word < marks_.size(); word += stride_)
+        marks_[word] = candidates_[word] = 0;
+}
 
 void MarkGrowth::dropBorderCandidates() {
     std::fill_n(candidatesOf(0), words_, 0);

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "plane_view.h"
+#include "work_buffer.h"
 
 namespace kel::detail {
 
@@ -12,10 +13,10 @@ namespace kel::detail {
 /// pixel of a row is the lowest bit of its first word.
 class MarkGrowth {
   public:
-    /// Nothing marked. Both sides are at least 1.
+    /// Both sides are at least 1. The words of every row are to be filled before grow().
     MarkGrowth(int width, int height);
 
-    /// The words of a row, to be filled from the first on; bits beyond the width stay 0.
+    /// The words of a row; bits beyond the width are 0.
     uint64_t* marksOf(int y) { return &marks_[firstOf(y)]; }
     uint64_t* candidatesOf(int y) { return &candidates_[firstOf(y)]; }
 
@@ -35,7 +36,7 @@ class MarkGrowth {
     int width_, height_;
     size_t words_;   ///< of a row
     size_t stride_;  ///< one more: a word of 0 parts each row from the next, and leads the first
-    std::vector<uint64_t> marks_, candidates_;
+    WorkBuffer<uint64_t> marks_, candidates_;
     std::vector<size_t> again_;  ///< words whose neighbours have gained marks
 };
 
