@@ -152,6 +152,7 @@ int runAll(int argc, char** argv) {
     addFileRows();
     addBinarizeRows();
     addImProcessRows();
+    addLevelRows();
     if (!checkRows()) return 1;
     for (size_t i = 0; i < rows().size(); ++i)
         for (bool ours : {true, false})

@@ -35,6 +35,7 @@ void addImFileRows();
 void addFileRows();
 void addBinarizeRows();
 void addImProcessRows();
+void addLevelRows();
 
 /// Prints how much memory the operations take.
 void printMemoryTable();

@@ -31,7 +31,8 @@ says binarize
 expect 0 "$kelpage" --version
 says '^kelpage [0-9]+\.[0-9]+\.[0-9]+$'
 expect 0 "$kelpage" binarize --help
-says '6  auto-clamped'
+says '6: auto-clamped'
+says 'otsu-mean: '
 expect 2 "$kelpage"
 expect 2 "$kelpage" binarize "$samples/form-ruled.png"
 expect 2 "$kelpage" binarize x.png -o y.png --method 9
@@ -46,6 +47,16 @@ expect 0 "$kelpage" binarize "$samples/form-ruled.png" -o "$work/auto.png" --met
 cmp -s "$work/two.png" "$work/auto.png" || fail "number and name differ"
 expect 0 "$kelpage" binarize "$samples/form-ruled.png" -o "$work/inverse.png" --invert
 cmp -s "$work/two.png" "$work/inverse.png" && fail "--invert changes nothing"
+
+expect 0 "$kelpage" binarize "$samples/form-ruled.png" -o "$work/otsu.png" -m otsu-mean -b 21 -c 9 -r 0.8
+cmp -s "$work/auto.png" "$work/otsu.png" && fail "another method, the same page"
+expect 2 "$kelpage" binarize x.png -o y.png --method 100
+expect 2 "$kelpage" binarize x.png -o y.png --method grey-red --block-size 10
+printf 'P5 40 30 255\n%1200s' '' > "$work/flat.pgm"
+expect 1 "$kelpage" binarize "$work/flat.pgm" -o "$work/x.png" --method iterated
+says 'flat.pgm: has no level that iteration finds$'
+expect 0 "$kelpage" sheet "$work/flat.pgm" -o "$work/flat-sheet"
+says '16 methods'
 
 # A folder, a file that is missing, one that is no image, one that is cut off, one of them twice.
 head -c 300 "$samples/form-ruled.png" > "$work/cut.png"
@@ -80,9 +91,9 @@ is_png "$work/some/form-ruled.png"
 
 # The contact sheet names every picture that it made, and all of them exist.
 expect 0 "$kelpage" sheet "$samples/page-dark-margins.jpg" -o "$work/sheet"
-says "1 page, 7 methods: $work/sheet/index.html"
+says "1 page, 16 methods: $work/sheet/index.html"
 grep -o 'src="[^"]*"' "$work/sheet/index.html" | cut -d'"' -f2 > "$work/pictures"
-[ "$(wc -l < "$work/pictures")" -eq 9 ] || fail "not 9 pictures"
+[ "$(wc -l < "$work/pictures")" -eq 18 ] || fail "not 18 pictures"
 while read -r picture; do is_png "$work/sheet/$picture"; done < "$work/pictures"
 expect 1 "$kelpage" sheet "$work/text.png" -o "$work/empty-sheet"
 

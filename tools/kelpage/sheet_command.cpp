@@ -113,17 +113,23 @@ class SheetMaker {
 
         for (const Method& method : methods()) {
             progress_.show(file.filename().string() + ": " + method.name);
-            const Settings settings = usualSettings(method.number);
-            Page result;
-            const std::string time = timed([&] { result = binarize(source, settings); });
-            row.cells.push_back({save(result, prefix + "method" + std::to_string(method.number)),
-                                 "method " + std::to_string(method.number) + ": " + method.name,
-                                 "level " + levelText(source, settings), time});
+            try {
+                row.cells.push_back(byMethod(source, method, prefix));
+            } catch (const NoLevel& none) {
+                row.cells.push_back({"", method.title(), none.what(), ""});
+            }
         }
         return row;
     }
 
   private:
+    Cell byMethod(const Page& source, const Method& method, const std::string& prefix) {
+        Page result;
+        const std::string time = timed([&] { result = binarize(source, method.usual); });
+        return {save(result, prefix + method.name), method.title(), levelText(source, method.usual),
+                time};
+    }
+
     std::string save(const Page& page, const std::string& name) {
         std::string file = name + ".png";
         try {
@@ -165,13 +171,18 @@ std::string html(const std::vector<Row>& rows) {
         << "<meta name=\"viewport\" content=\"width=device-width\">\n"
         << "<title>KelImageLib: pages by every method</title>\n<style>" << kStyle
         << "</style>\n</head>\n<body>\n<header><h1>Pages by every binarization method</h1>\n"
-        << "<p>Each page as loaded, reduced to grey, and binarized by every method number with its "
+        << "<p>Each page as loaded, reduced to grey, and binarized by every method with its "
            "usual settings, ink black on white. Times are the shortest of "
         << kTimedRuns << " runs. Select a picture to see it in full size.</p></header>\n";
     for (const Row& row : rows) {
         out << "<section>\n<h2>" << escaped(row.name) << "<small>" << escaped(row.facts)
             << "</small></h2>\n<div class=\"cells\">\n";
         for (const Cell& cell : row.cells) {
+            if (cell.picture.empty()) {
+                out << "<figure><figcaption><b>" << escaped(cell.title) << "</b><span>"
+                    << escaped(cell.detail) << "</span></figcaption></figure>\n";
+                continue;
+            }
             out << "<figure><a class=\"frame\" style=\"aspect-ratio: " << row.size.width << " / "
                 << row.size.height << "\" href=\"" << cell.picture << "\"><img loading=\"lazy\" "
                 << "src=\"" << cell.picture << "\" alt=\"" << escaped(row.name + ", " + cell.title)
