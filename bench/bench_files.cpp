@@ -177,6 +177,18 @@ void addEncodeRows(const PageSet& page) {
     const auto fax = [](peers::Page p, const Bytes& from, Bytes& to) {
         peers::encodeTiff(p, from, COMPRESSION_CCITTFAX4, to);
     };
+    addRow({"encode BMP", page.name + " colour",
+            [&page] { encoded(page.colour, page.size, 3, "BMP", 0); }, "OpenCV imencode",
+            [pixels = interleaved(page), &page] {
+                const cv::Mat image(page.size.height, page.size.width, CV_8UC3,
+                                    const_cast<unsigned char*>(pixels.data()));  // NOLINT
+                Bytes file;
+                cv::imencode(".bmp", image, file);
+            },
+            1.15,
+            [&page] {
+                return encoded(page.colour, page.size, 3, "BMP", 0).size() > page.colour.size();
+            }});
     const Bytes binary = binaryOf(page.grey);
     for (const Case& c :
          {Case{"encode JPEG", "colour", "JPEG", 3, 0, page.colour, interleaved(page), jpeg,

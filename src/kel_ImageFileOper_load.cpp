@@ -1,13 +1,14 @@
 // The six loaders over the one pipeline.
-#include <cstring>
+#include <new>
 #include <utility>
 
 #include "kel_ImageFileOper.h"
 #include "kel_ImageStorage_internal.h"
 #include "kel_im_internal.h"
-#include "sizes.h"
 
 namespace {
+
+constexpr int kNoMemory = 7;
 
 struct Source {
     const char* fileName;
@@ -45,13 +46,19 @@ int loadOne(const Source& source, const Outputs& out, const InfoOutputs& info) {
         *out.dst = std::exchange(records->imageData, nullptr);
         tellRecord(*records, info.wantInfo, out.width, out.height, out.channels, info.format,
                    info.compression, info.cprRate, info.xResolution, info.yResolution);
-    } else {
+        KelReleaseImageArrs(&records, &count);
+        return 0;
+    }
+    int copied = 0;
+    try {
         Kel_CopyImageArr2One(records, count, info.wantInfo, out.dst, out.width, out.height,
                              out.channels, info.format, info.compression, info.cprRate,
                              info.xResolution, info.yResolution);
+    } catch (const std::bad_alloc&) {
+        copied = kNoMemory;
     }
     KelReleaseImageArrs(&records, &count);
-    return 0;
+    return copied;
 }
 
 int loadSeveral(const Source& source, tagImage** arr, int* imageNo) {

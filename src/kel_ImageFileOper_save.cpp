@@ -98,8 +98,9 @@ int Kel_SaveImage(unsigned char* data, int width, int height, int channels, cons
     if (image != nullptr && channels != 1 && cprType == 1 && std::strcmp(format, "BMP") == 0)
         image = convertedRecord(*image, IM_GRAY);
     if (image == nullptr) {
-        PrintError(IM_ERR_MEM);
-        return IM_ERR_MEM;
+        const int error = width < 1 || height < 1 ? IM_ERR_DATA : IM_ERR_MEM;
+        PrintError(error);
+        return error;
     }
     return im_SaveImage(image.get(), fileName, format, cprType == 1 || cprType == 2 ? cprType : 0);
 }

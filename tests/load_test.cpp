@@ -378,14 +378,25 @@ TEST(Load, SideBySide) {
         threads.emplace_back([&] {
             for (int i = 0; i < 5; ++i) {
                 EXPECT_TRUE(load(path) == expected);
-                Bytes grey(64 * 48, static_cast<unsigned char>(7 * i));
-                unsigned char* file = nullptr;
-                int length = 0;
-                EXPECT_EQ(
-                    Kel_Convert2ImgFileBuffer(grey.data(), 64, 48, 1, "JPEG", &file, &length, 0),
-                    0);
-                EXPECT_GT(length, 100);
-                Kel_ReleaseImage(file);
+                Bytes grey(64 * 48, static_cast<unsigned char>(30 * i));
+                for (const auto& [format, type] :
+                     {std::pair{"JPEG", 0}, {"BMP", 1}, {"TIFF", 2}, {"TIFF", 0}}) {
+                    unsigned char *file = nullptr, *back = nullptr;
+                    int length = 0, width = 0, height = 0, channels = 0;
+                    EXPECT_EQ(Kel_Convert2ImgFileBuffer(grey.data(), 64, 48, 1, format, &file,
+                                                        &length, type),
+                              0);
+                    EXPECT_EQ(
+                        Kel_ReadImageFile2Buffer(file, length, &back, &width, &height, &channels),
+                        0);
+                    if (type != 2) {
+                        EXPECT_TRUE(std::equal(grey.begin(), grey.end(), back));
+                    }
+                    Kel_ReleaseImage(back);
+                    EXPECT_NE(Kel_ReadImageFile2Buffer(file, 40, &back, &width, &height, &channels),
+                              0);
+                    Kel_ReleaseImage(file);
+                }
             }
         });
     for (std::thread& thread : threads)

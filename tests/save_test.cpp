@@ -190,6 +190,9 @@ TEST(Save, FilesAppearWholeOrNotAtAll) {
     }
     EXPECT_EQ(save(folder, "PNG"), IM_ERR_OPEN);
     EXPECT_EQ(save("/proc/page.png", "PNG"), IM_ERR_OPEN);  // read-only, even to root
+    fs::create_symlink(folder / "nowhere", link);
+    EXPECT_EQ(save(link, "PNG"), IM_ERR_OPEN);
+    fs::remove(link);
     ::testing::internal::GetCapturedStderr();
     EXPECT_EQ(fileBytes(page.string()), old);
     EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 1);

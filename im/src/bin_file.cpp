@@ -8,6 +8,7 @@
 #include <new>
 
 #include "disk_file.h"
+#include "kernels/large_blocks.h"
 
 namespace im {
 namespace {
@@ -61,6 +62,11 @@ class MemoryWriter : public BinaryFile {
 
     uint64_t size() const noexcept override { return size_; }
 
+    void expect(uint64_t bytes) noexcept override {
+        constexpr uint64_t most = std::numeric_limits<int>::max();
+        if (size_ + bytes <= most) reserve(size_ + static_cast<size_t>(bytes));
+    }
+
   private:
     // NOLINTBEGIN(cppcoreguidelines-no-malloc): the block is handed over as malloc's
     bool reserve(size_t needed) {
@@ -77,6 +83,7 @@ class MemoryWriter : public BinaryFile {
         }
         auto* const block = static_cast<uint8_t*>(std::realloc(record_.buffer, capacity));
         if (block == nullptr) return false;
+        kel::detail::preferLargePages(block, capacity);
         record_.buffer = block;
         record_.size = static_cast<int>(capacity);
         return true;

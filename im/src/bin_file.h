@@ -27,6 +27,8 @@ class BinaryFile {
     virtual size_t read(void* to, size_t count) noexcept = 0;
     /// Writes all of `count` bytes, or tells that it could not.
     virtual bool write(const void* from, size_t count) noexcept = 0;
+    /// About how many bytes will be written: room that is made at once is not made bit by bit.
+    virtual void expect(uint64_t /*bytes*/) noexcept {}
     /// Puts a file that was made in its place, whole; one that goes without this leaves no trace.
     /// False when that failed, or any write before.
     virtual bool finish() noexcept { return true; }

@@ -85,9 +85,16 @@ struct Target {
     mode_t permissions = 0;
 };
 
+/// A name beside the target that no other file of this process gets.
+std::string nextName(const Target& target) {
+    static std::atomic<unsigned> count{0};
+    return target.folder + ".im-" + std::to_string(::getpid()) + "-" +
+           std::to_string(count.fetch_add(1)) + ".part";
+}
+
 class NewFile : public DiskFile {
   public:
-    /// @param aside the name of the file until it is whole; empty for a file without a name
+    /// @param aside the name of the file until it is whole; empty for a file without one
     NewFile(Descriptor descriptor, std::string aside, Target target)
         : DiskFile(std::move(descriptor), 0),
           aside_(std::move(aside)),
@@ -109,6 +116,7 @@ class NewFile : public DiskFile {
     bool finish() noexcept override {
         if (finished_ || !good_) return good_;
         finished_ = true;
+        if (aside_.empty() && !target_.byCopy) nameAside();
         const bool renamed = !aside_.empty() && !target_.byCopy &&
                              ::rename(aside_.c_str(), target_.path.c_str()) == 0;
         if (renamed) aside_.clear();
@@ -117,17 +125,28 @@ class NewFile : public DiskFile {
     }
 
   private:
+    // Gives a file without a name one beside its target.
+    void nameAside() noexcept try {
+        const std::string self = "/proc/self/fd/" + std::to_string(descriptor_.get());
+        std::string name = nextName(target_);
+        if (::linkat(AT_FDCWD, self.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0)
+            aside_ = std::move(name);
+    } catch (const std::bad_alloc&) {
+    }
+
     bool copyOver() noexcept try {
-        const Descriptor to(::open(target_.path.c_str(),
-                                   O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK, 0666));
-        if (!to) return false;
+        const Descriptor to(
+            ::open(target_.path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0666));
+        const auto bytes = static_cast<off_t>(size_);
+        // Room first: a full disk is the likeliest to fail.
+        if (!to || ::posix_fallocate(to.get(), 0, bytes) == ENOSPC) return false;
         std::vector<uint8_t> piece(1 << 20);
         for (uint64_t at = 0; at < size_;) {
             const size_t got = readAt(descriptor_.get(), piece.data(), piece.size(), at);
             if (got == 0 || writeAt(to.get(), piece.data(), got, at) != got) return false;
             at += got;
         }
-        return true;
+        return ::ftruncate(to.get(), bytes) == 0;
     } catch (const std::bad_alloc&) {
         return false;
     }
@@ -142,9 +161,11 @@ class NewFile : public DiskFile {
 bool findTarget(const char* path, Target& target) {
     // NOLINTNEXTLINE(cppcoreguidelines-no-malloc): realpath's own
     const std::unique_ptr<char, void (*)(void*)> real(::realpath(path, nullptr), std::free);
+    struct stat about {};
+    // A link to nowhere stays one.
+    if (real == nullptr && ::lstat(path, &about) == 0) return false;
     target.path = real != nullptr ? real.get() : path;
     target.folder = target.path.substr(0, target.path.rfind('/') + 1);
-    struct stat about {};
     target.exists = ::stat(target.path.c_str(), &about) == 0;
     if (!target.exists) return true;
     if (!S_ISREG(about.st_mode) || ::faccessat(AT_FDCWD, path, W_OK, AT_EACCESS) != 0) return false;
@@ -153,12 +174,14 @@ bool findTarget(const char* path, Target& target) {
     return true;
 }
 
-/// A new file beside the target, or an error.
+/// A new file in the target's folder, or none. It has no name where the file system can do that, so
+/// that nothing is left of it when the process ends early.
 Descriptor createAside(const Target& target, std::string& name) {
-    static std::atomic<unsigned> count{0};
+    const char* const folder = target.folder.empty() ? "." : target.folder.c_str();
+    Descriptor nameless(::open(folder, O_TMPFILE | O_RDWR | O_CLOEXEC, 0666));
+    if (nameless) return nameless;
     for (int tries = 0; tries < 100; ++tries) {
-        name = target.folder + ".im-" + std::to_string(::getpid()) + "-" +
-               std::to_string(count.fetch_add(1)) + ".part";
+        name = nextName(target);
         const int number = ::open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
         if (number >= 0 || errno != EEXIST) return Descriptor(number);
     }

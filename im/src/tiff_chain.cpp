@@ -29,7 +29,8 @@ uint64_t numberOf(const TiffChain& chain, const uint8_t* bytes, size_t count) {
     return value;
 }
 
-/// Where the next directory is; false where this one has no whole end. One read will mostly do.
+/// Where the next directory is, 0 for nowhere; false where this one is not whole. One read will
+/// mostly do.
 bool nextOf(BinaryFile& file, const TiffChain& chain, uint64_t at, uint64_t& next) {
     constexpr size_t usualEntries = 40;
     uint8_t bytes[8 + 20 * usualEntries + 8];
@@ -39,14 +40,18 @@ bool nextOf(BinaryFile& file, const TiffChain& chain, uint64_t at, uint64_t& nex
     const uint64_t entries = numberOf(chain, bytes, countBytes(chain));
     constexpr uint64_t mostEntries = 65535;
     if (entries > mostEntries) return false;
-    const uint64_t end = countBytes(chain) + entries * entryBytes(chain);
-    const uint8_t* offset = bytes + end;
+    size_t end = countBytes(chain) + static_cast<size_t>(entries) * entryBytes(chain);
     if (end + offsetBytes(chain) > got) {
+        if (end > file.size() || at > file.size() - end) return false;
         file.seek(at + end);
-        if (file.read(bytes, offsetBytes(chain)) != offsetBytes(chain)) return false;
-        offset = bytes;
+        // A file that ends right behind its last entry has no next one.
+        if (file.read(bytes, offsetBytes(chain)) != offsetBytes(chain)) {
+            next = 0;
+            return true;
+        }
+        end = 0;
     }
-    next = numberOf(chain, offset, offsetBytes(chain));
+    next = numberOf(chain, bytes + end, offsetBytes(chain));
     return true;
 }
 

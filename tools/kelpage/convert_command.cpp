@@ -1,14 +1,14 @@
 // kelpage convert: pages of an image file into another file, format or compression.
-#include <cstring>
+#include <cstdio>
 #include <exception>
 #include <map>
 #include <memory>
+#include <optional>
 
 #include "commands.h"
-#include "file_facts.h"
-#include "kel_ImageFileOper.h"
+#include "kel_ImageBasicProcess.h"
+#include "page_file.h"
 #include "progress.h"
-#include "toolkit.h"
 
 namespace kelpage {
 namespace {
@@ -56,14 +56,6 @@ kelSize limitOf(const std::string& text) {
     return limit;
 }
 
-/// The format's name by the extension; empty for none.
-std::string formatOf(const fs::path& file) {
-    std::string name = "page" + lowerExtension(file);
-    char format[5] = "";
-    KelCalImageFormatInName(name.data(), format);
-    return format;
-}
-
 bool isTiff(const fs::path& file) {
     return formatOf(file) == "TIFF";
 }
@@ -74,19 +66,41 @@ Compression compressionOf(const Arguments& arguments, bool isBinary) {
     return isBinary && isTiff(arguments.output) ? Compression::ccittFax4 : Compression::usual;
 }
 
-/// A file that the toolkit writes, with resolution and quality, and with several pages for TIFF.
+const char* nameOf(Compression compression) {
+    switch (compression) {
+        case Compression::rle:
+            return "RLE";
+        case Compression::ccittFax4:
+            return "CCITTFAX4";
+        case Compression::none:
+            return "NONE";
+        default:
+            return nullptr;
+    }
+}
+
+Page greyOf(const Page& page) {
+    Page grey = makePage(page.size, 1);
+    KelColorConvert(page.samples.get(), page.size, page.channels, grey.samples.get(), page.size, 1);
+    return grey;
+}
+
+/// A file with resolution and quality, which the library's plain saver does not write, and with
+/// several pages for TIFF.
 class Writer {
   public:
-    Writer(fs::path path, int quality) : path_(std::move(path)), quality_(quality) {}
+    Writer(fs::path path, int quality)
+        : path_(std::move(path)), format_(formatOf(path_)), quality_(quality) {}
 
     void add(const Page& page, Compression compression) {
-        if (file_ == nullptr) create(page);
-        const char* const name = compression == Compression::rle         ? "RLE"
-                                 : compression == Compression::ccittFax4 ? "CCITTFAX4"
-                                                                         : nullptr;
-        const ToolkitImage image = toToolkit(page);
-        if (imFileSetInfo(file_.get(), name) != IM_ERR_NONE)
+        if (file_ == nullptr) create();
+        setResolution(page);
+        if (imFileSetInfo(file_.get(), nameOf(compression)) != IM_ERR_NONE)
             throw FileError("its format does not have this compression");
+        // The run-length form of BMP takes one plane.
+        const bool turnsGrey =
+            format_ == "BMP" && compression == Compression::rle && page.channels == 3;
+        const ToolkitImage image = turnsGrey ? toToolkit(greyOf(page)) : toToolkit(page);
         if (imFileSaveImage(file_.get(), image.get()) != IM_ERR_NONE)
             throw FileError("cannot be written");
     }
@@ -97,28 +111,25 @@ class Writer {
     }
 
   private:
-    void create(const Page& page) {
-        file_.reset(imFileNew(path_.c_str(), formatOf(path_).c_str(), nullptr));
+    void create() {
+        file_.reset(imFileNew(path_.c_str(), format_.c_str(), nullptr));
         if (file_ == nullptr) throw FileError("cannot be written");
         imFileSetAttribute(file_.get(), "JPEGQuality", IM_INT, 1, &quality_);
-        if (page.xDpi <= 0.0 || page.yDpi <= 0.0) return;
+    }
+
+    void setResolution(const Page& page) {
+        const bool isKnown = page.xDpi > 0.0 && page.yDpi > 0.0;
         const auto x = static_cast<float>(page.xDpi), y = static_cast<float>(page.yDpi);
-        imFileSetAttribute(file_.get(), "ResolutionUnit", IM_BYTE, 4, "DPI");
-        imFileSetAttribute(file_.get(), "XResolution", IM_FLOAT, 1, &x);
-        imFileSetAttribute(file_.get(), "YResolution", IM_FLOAT, 1, &y);
+        imFileSetAttribute(file_.get(), "ResolutionUnit", IM_BYTE, 4, isKnown ? "DPI" : nullptr);
+        imFileSetAttribute(file_.get(), "XResolution", IM_FLOAT, 1, isKnown ? &x : nullptr);
+        imFileSetAttribute(file_.get(), "YResolution", IM_FLOAT, 1, isKnown ? &y : nullptr);
     }
 
     fs::path path_;
+    std::string format_;
     int quality_;
     ToolkitFile file_;
 };
-
-/// Formats that keep a resolution; the library's plain saver writes none.
-bool keepsResolution(const fs::path& file) {
-    const std::string format = formatOf(file);
-    return format == "BMP" || format == "JPEG" || format == "PCX" || format == "PNG" ||
-           format == "TIFF";
-}
 
 /// "out.png" for a single page, else "out-3.png".
 fs::path numberedName(const fs::path& output, int number, bool isOnly) {
@@ -127,42 +138,41 @@ fs::path numberedName(const fs::path& output, int number, bool isOnly) {
            (output.stem().string() + "-" + std::to_string(number) + output.extension().string());
 }
 
-int run(const Arguments& arguments) {
+/// Converts the pages one by one. `atFault` names the file that a failure is about.
+void convert(const Arguments& arguments, Range range, kelSize limit, fs::path& atFault) {
     const fs::path input = arguments.input, output = arguments.output;
-    const kelSize limit = arguments.limit.empty() ? kelSize{0, 0} : limitOf(arguments.limit);
-    Range range;
-    if (!arguments.pages.empty()) range = rangeOf(arguments.pages);
-    fs::path atFault = input;
-    try {
-        const FileFacts facts = readFacts(input);
-        const int count = static_cast<int>(facts.pages.size());
-        if (arguments.pages.empty()) range.last = count;
-        if (range.last > count)
-            throw FileError("has " + std::to_string(count) + (count == 1 ? " page" : " pages"));
-        atFault = output;
-        requireWritableName(output, {input});
-        Writer together(output, arguments.quality);
-        Progress progress(static_cast<size_t>(range.last - range.first + 1));
-        for (int number = range.first; number <= range.last; ++number) {
-            progress.show("page " + std::to_string(number));
-            atFault = input;
-            const Page page = loadPage(input, number, limit);
-            const Compression compression =
-                compressionOf(arguments, facts.pages[static_cast<size_t>(number - 1)].isBinary());
-            atFault = numberedName(output, number, isTiff(output) || range.first == range.last);
-            if (isTiff(output)) {
-                together.add(page, compression);
-            } else if (keepsResolution(output) && arguments.compression.empty()) {
-                requireWritableName(atFault, {input});
-                Writer alone(atFault, arguments.quality);
-                alone.add(page, compression);
-                alone.finish();
-            } else {
-                savePage(page, atFault, {input}, compression);
-            }
-            progress.step();
+    PageFile file(input);
+    const int count = file.pageCount();
+    if (arguments.pages.empty()) range.last = count;
+    if (range.last > count)
+        throw FileError("has " + std::to_string(count) + (count == 1 ? " page" : " pages"));
+    std::optional<Writer> writer;
+    Progress progress(static_cast<size_t>(range.last - range.first + 1));
+    for (int number = range.first; number <= range.last; ++number) {
+        progress.show("page " + std::to_string(number));
+        atFault = input;
+        const bool isBinary = file.facts(number).isBinary();
+        const Page page = file.load(number, limit);
+        atFault = numberedName(output, number, isTiff(output) || range.first == range.last);
+        if (!writer) {
+            requireWritableName(atFault, {input});
+            writer.emplace(atFault, arguments.quality);
         }
-        if (isTiff(output)) together.finish();
+        writer->add(page, compressionOf(arguments, isBinary));
+        if (!isTiff(output) || number == range.last) {
+            writer->finish();
+            writer.reset();
+        }
+        progress.step();
+    }
+}
+
+int run(const Arguments& arguments) {
+    const kelSize limit = arguments.limit.empty() ? kelSize{0, 0} : limitOf(arguments.limit);
+    const Range range = arguments.pages.empty() ? Range{} : rangeOf(arguments.pages);
+    fs::path atFault = arguments.input;
+    try {
+        convert(arguments, range, limit, atFault);
     } catch (const std::exception& error) {
         reportError(atFault, reasonOf(error));
         return 1;

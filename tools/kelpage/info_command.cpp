@@ -8,10 +8,8 @@
 #include <memory>
 
 #include "commands.h"
-#include "file_facts.h"
-#include "kel_ImageFileOper.h"
 #include "kel_im.h"
-#include "toolkit.h"
+#include "page_file.h"
 
 namespace kelpage {
 namespace {
@@ -27,26 +25,34 @@ std::string resolutionText(const PageFacts& page) {
 
 /// The quality of a JPEG, which decoding tells.
 std::string qualityText(const fs::path& path) {
-    int error = IM_ERR_NONE;
-    const ToolkitFile file(imFileOpen(path.c_str(), &error));
-    const ToolkitImage page(imFileLoadImage(file.get(), 0, &error));
-    if (page == nullptr) return ", damaged";
+    const ToolkitFile file(imFileOpen(path.c_str(), nullptr));
+    const ToolkitImage page(imFileLoadImage(file.get(), 0, nullptr));
+    if (page == nullptr) throw FileError("damaged: it cannot be decoded");
     char quality[20] = "";
     imFileGetInfo(file.get(), nullptr, quality, nullptr);
     return std::string(", quality ") + quality;
 }
 
-void printFacts(const fs::path& path) {
-    const FileFacts facts = readFacts(path);
-    std::printf("%s: %s, %zu page%s, %ju bytes\n", path.c_str(), facts.format.c_str(),
-                facts.pages.size(), facts.pages.size() == 1 ? "" : "s",
-                static_cast<uintmax_t>(fs::file_size(path)));
-    size_t number = 0;
-    for (const PageFacts& page : facts.pages) {
-        const std::string quality = facts.format == "JPEG" ? qualityText(path) : "";
-        std::printf("  page %zu: %s, %s%s, %s\n", ++number, describe(page).c_str(),
-                    page.compression.c_str(), quality.c_str(), resolutionText(page).c_str());
+/// A damaged page has its own line, and the others are still told.
+bool printFacts(const fs::path& path) {
+    PageFile file(path);
+    const int count = file.pageCount();
+    std::printf("%s: %s, %d page%s, %ju bytes\n", path.c_str(), file.format().c_str(), count,
+                count == 1 ? "" : "s", static_cast<uintmax_t>(fs::file_size(path)));
+    bool good = true;
+    for (int number = 1; number <= count; ++number) {
+        try {
+            const PageFacts page = file.facts(number);
+            const std::string quality = file.format() == "JPEG" ? qualityText(path) : "";
+            std::printf("  page %d: %s, %s%s, %s\n", number, describe(page).c_str(),
+                        page.compression.c_str(), quality.c_str(), resolutionText(page).c_str());
+        } catch (const FileError& error) {
+            std::fflush(stdout);
+            reportError(path, error.what());
+            good = false;
+        }
     }
+    return good;
 }
 
 /// Keeps what the library prints off the standard output.
@@ -71,7 +77,7 @@ class QuietOutput {
 
 /// The library's own report.
 void printXml(const fs::path& path) {
-    readFacts(path);  // for its errors
+    const PageFile file(path);  // for its errors
     char report[kReportBytes] = "";
     {
         const QuietOutput quiet;
@@ -86,11 +92,10 @@ int run(const std::vector<std::string>& names, bool xml) {
     size_t failures = inputs.failures;
     for (const fs::path& file : inputs.files) {
         try {
-            if (xml) {
+            if (xml)
                 printXml(file);
-            } else {
-                printFacts(file);
-            }
+            else if (!printFacts(file))
+                ++failures;
         } catch (const std::exception& error) {
             reportError(file, reasonOf(error));
             ++failures;

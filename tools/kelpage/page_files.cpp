@@ -9,15 +9,11 @@
 #include <new>
 #include <set>
 
-#include "file_facts.h"
 #include "kel_ImageFileOper.h"
-#include "toolkit.h"
+#include "page_file.h"
 
 namespace kelpage {
 namespace {
-
-constexpr int kNoLimit = -100, kLimitGiven = -10;  // what the loader takes for `channels`
-constexpr int kMostPages = 9999;                   // that its page numbers reach
 
 const std::set<std::string>& imageExtensions() {
     static const std::set<std::string> extensions = {
@@ -26,23 +22,15 @@ const std::set<std::string>& imageExtensions() {
     return extensions;
 }
 
-bool isImageName(const fs::path& file) {
-    return imageExtensions().count(lowerExtension(file)) > 0;
+std::string lowerExtension(const fs::path& file) {
+    std::string extension = file.extension().string();
+    for (char& c : extension)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return extension;
 }
 
-/// What a loader's result means to a person.
-std::string loadErrorText(int result) {
-    switch (result) {
-        case 1:
-            return "not an image, or damaged";
-        case 3:
-            return "has no such page";
-        case 6:
-        case 7:
-            return "is of a kind that is not supported";
-        default:
-            return "damaged: it cannot be decoded";
-    }
+bool isImageName(const fs::path& file) {
+    return imageExtensions().count(lowerExtension(file)) > 0;
 }
 
 std::string saveErrorText(int result) {
@@ -62,53 +50,6 @@ std::string saveErrorText(int result) {
     }
 }
 
-Page loadFirst(const fs::path& file, kelSize limit) {
-    Page page;
-    page.size = limit;
-    page.channels = limit.width > 0 && limit.height > 0 ? kLimitGiven : kNoLimit;
-    unsigned char* samples = nullptr;
-    char format[12] = "", compression[32] = "";
-    int rate = 0;
-    const int result = Kel_LoadImageFile2BufferRParam(file.c_str(), &samples, &page.size.width,
-                                                      &page.size.height, &page.channels, format,
-                                                      compression, &rate, &page.xDpi, &page.yDpi);
-    if (result != 0) throw FileError(loadErrorText(result));
-    page.samples.reset(samples);
-    return page;
-}
-
-double resolutionOf(const char (&field)[8]) {
-    return std::strtod(std::string(field, strnlen(field, sizeof field)).c_str(), nullptr);
-}
-
-/// The upper halves of samples of 16 bits.
-void copyUpperHalves(unsigned char* to, const unsigned char* from, size_t count) {
-    for (size_t i = 0; i < count; ++i) {
-        unsigned short sample = 0;
-        std::memcpy(&sample, from + 2 * i, sizeof sample);
-        to[i] = static_cast<unsigned char>(sample >> 8);
-    }
-}
-
-/// Any page, by the loader of several.
-Page loadNumbered(const fs::path& file, int number) {
-    if (number > kMostPages) throw FileError("pages beyond 9999 cannot be reached");
-    tagImage* records = nullptr;
-    int count = number * 10000 + number;
-    const int result = Kel_LoadImageFiles2Buffer_Mult(file.c_str(), &records, &count);
-    if (result != 0) throw FileError(loadErrorText(result));
-    Page page = makePage({records->width, records->height}, records->channels);
-    page.xDpi = resolutionOf(records->xResolution);
-    page.yDpi = resolutionOf(records->yResolution);
-    const size_t samples = page.planeBytes() * static_cast<size_t>(page.channels);
-    const int type = records->dataType;
-    if (type == IM_BYTE) std::memcpy(page.samples.get(), records->imageData, samples);
-    if (type == IM_USHORT) copyUpperHalves(page.samples.get(), records->imageData, samples);
-    Kel_ReleaseImageArr(&records, &count);
-    if (type != IM_BYTE && type != IM_USHORT) throw FileError(loadErrorText(7));
-    return page;
-}
-
 }  // namespace
 
 Page makePage(kelSize size, int channels) {
@@ -119,18 +60,21 @@ Page makePage(kelSize size, int channels) {
     return page;
 }
 
-Page loadPage(const fs::path& file, int number, kelSize limit) {
-    const PageFacts facts = readFacts(file, number);
-    Page page = number == 1 && facts.sampleType == IM_BYTE ? loadFirst(file, limit)
-                                                           : loadNumbered(file, number);
-    return limit.width > 0 && limit.height > 0 ? shrunk(std::move(page), limit) : std::move(page);
+Page loadPage(const fs::path& file) {
+    return PageFile(file).load(1);
 }
 
 void savePage(const Page& page, const fs::path& file, const std::vector<fs::path>& inputs,
               Compression compression) {
     requireWritableName(file, inputs);
-    const int result = Kel_SaveImage_DT(page.samples.get(), page.size.width, page.size.height,
-                                        page.channels, file.c_str(), static_cast<int>(compression));
+    const int width = page.size.width, height = page.size.height;
+    const int type = static_cast<int>(compression);
+    // Three extensions of PNM are not in the library's own table.
+    const int result = formatOf(file) == "PNM"
+                           ? Kel_SaveImage(page.samples.get(), width, height, page.channels,
+                                           file.c_str(), "PNM", type)
+                           : Kel_SaveImage_DT(page.samples.get(), width, height, page.channels,
+                                              file.c_str(), type);
     if (result != 0) throw FileError(saveErrorText(result));
 }
 
@@ -141,11 +85,13 @@ void requireWritableName(const fs::path& file, const std::vector<fs::path>& inpu
         if (fs::equivalent(input, file, error)) throw FileError("would overwrite an input");
 }
 
-std::string lowerExtension(const fs::path& file) {
-    std::string extension = file.extension().string();
-    for (char& c : extension)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return extension;
+std::string formatOf(const fs::path& file) {
+    const std::string extension = lowerExtension(file);
+    if (extension == ".pbm" || extension == ".pgm" || extension == ".ppm") return "PNM";
+    std::string name = "page" + extension;
+    char format[5] = "";
+    KelCalImageFormatInName(name.data(), format);
+    return format;
 }
 
 bool isFolder(const fs::path& path) {
@@ -178,7 +124,8 @@ Inputs collectFiles(const std::vector<std::string>& arguments) {
     return inputs;
 }
 
-std::vector<fs::path> resultNames(const std::vector<fs::path>& files, const fs::path& folder) {
+std::vector<fs::path> resultNames(const std::vector<fs::path>& files, const fs::path& folder,
+                                  const std::string& extension) {
     std::map<std::string, int> uses;
     for (const fs::path& file : files)
         ++uses[file.stem().string()];
@@ -187,9 +134,9 @@ std::vector<fs::path> resultNames(const std::vector<fs::path>& files, const fs::
     for (const fs::path& file : files) {
         const bool shared = uses[file.stem().string()] > 1;
         const std::string base = (shared ? file.filename() : file.stem()).string();
-        std::string name = base + ".png";
+        std::string name = base + extension;
         for (int n = 2; !taken.insert(name).second; ++n)
-            name = base + "-" + std::to_string(n) + ".png";
+            name = base + "-" + std::to_string(n) + extension;
         names.push_back(folder / name);
     }
     return names;

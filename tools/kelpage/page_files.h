@@ -39,13 +39,9 @@ struct Page {
 /// A page with room for `channels` planes.
 Page makePage(kelSize size, int channels);
 
-/// Reads a page of an image file: grey and binary ones as one plane, others as three. Samples of 16
-/// bits lose their lower half.
-/// @param number counted from 1
-/// @param limit  a larger page is scaled down to fit; 0 by 0 is none. Pages after the first always
-///               come within 4096 by 4096
+/// Reads the first page of an image file, as PageFile::load() does.
 /// @throws FileError
-Page loadPage(const fs::path& file, int number = 1, kelSize limit = {0, 0});
+Page loadPage(const fs::path& file);
 
 /// Compression by its number in the library's savers.
 enum class Compression { usual = 0, rle = 1, ccittFax4 = 2, none = 3 };
@@ -60,8 +56,8 @@ void savePage(const Page& page, const fs::path& file, const std::vector<fs::path
 /// @throws FileError
 void requireWritableName(const fs::path& file, const std::vector<fs::path>& inputs);
 
-/// The extension in small letters, with its dot.
-std::string lowerExtension(const fs::path& file);
+/// The format's name by the extension, in letters of either case; empty for none.
+std::string formatOf(const fs::path& file);
 
 /// True for a folder; false for anything else, and for what cannot be looked at.
 bool isFolder(const fs::path& path);
@@ -78,7 +74,8 @@ Inputs collectFiles(const std::vector<std::string>& arguments);
 
 /// A name for each file's result in `folder`, without repetition: "page.png", or "page.jpg.png"
 /// where two inputs share a stem.
-std::vector<fs::path> resultNames(const std::vector<fs::path>& files, const fs::path& folder);
+std::vector<fs::path> resultNames(const std::vector<fs::path>& files, const fs::path& folder,
+                                  const std::string& extension = ".png");
 
 /// Makes a folder with its parents.
 /// @throws FileError

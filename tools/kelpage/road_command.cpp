@@ -6,10 +6,10 @@
 #include <memory>
 
 #include "commands.h"
-#include "file_facts.h"
 #include "kel_ImageBasicProcess.h"
 #include "kel_ImageFileOper.h"
 #include "methods.h"
+#include "page_file.h"
 
 namespace kelpage {
 namespace {
@@ -47,10 +47,10 @@ Block encode(const Page& page) {
     return block;
 }
 
-void takeAlong(const fs::path& file, const fs::path& folder) {
+void takeAlong(const fs::path& file, const fs::path& tiff, const std::vector<fs::path>& inputs) {
     Page page, grey, binary;
     const double loading = timed([&] { page = loadPage(file); });
-    std::printf("%s: %s\n", file.filename().c_str(), describe(readFacts(file, 1)).c_str());
+    std::printf("%s: %s\n", file.filename().c_str(), describe(PageFile(file).facts(1)).c_str());
     printStep("load", loading, page.planeBytes() * static_cast<size_t>(page.channels),
               std::to_string(page.channels) + (page.channels == 1 ? " plane" : " planes") +
                   " from " + std::to_string(fs::file_size(file)) + " bytes on the disk");
@@ -66,8 +66,7 @@ void takeAlong(const fs::path& file, const fs::path& folder) {
     const double deciding = timed([&] { binary = binarize(grey, settings); });
     printStep("binary", deciding, binary.planeBytes(), "level " + levelText(grey, settings));
 
-    const fs::path tiff = folder / (file.stem().string() + ".tif");
-    const double saving = timed([&] { savePage(binary, tiff, {file}, Compression::ccittFax4); });
+    const double saving = timed([&] { savePage(binary, tiff, inputs, Compression::ccittFax4); });
     printStep("TIFF G4", saving, fs::file_size(tiff), tiff.string());
 
     Block block;
@@ -85,11 +84,12 @@ int run(const std::vector<std::string>& names, const fs::path& folder) {
         reportError(folder, error.what());
         return 1;
     }
-    for (const fs::path& file : inputs.files) {
+    const std::vector<fs::path> results = resultNames(inputs.files, folder, ".tif");
+    for (size_t i = 0; i < results.size(); ++i) {
         try {
-            takeAlong(file, folder);
+            takeAlong(inputs.files[i], results[i], inputs.files);
         } catch (const std::exception& error) {
-            reportError(file, reasonOf(error));
+            reportError(inputs.files[i], reasonOf(error));
             ++failures;
         }
     }
@@ -100,7 +100,7 @@ int run(const std::vector<std::string>& names, const fs::path& folder) {
 
 void addRoad(CLI::App& app, int& status) {
     CLI::App* command = app.add_subcommand(
-        "road", "Take pages along the main road, and tell time and size of every step");
+        "road", "Take first pages along the main road, and tell time and size of every step");
     const auto inputs = std::make_shared<std::vector<std::string>>();
     const auto folder = std::make_shared<std::string>();
     command->add_option("IN", *inputs, "Image files, or folders of them")->required();

@@ -36,8 +36,6 @@ Page shrunk(Page page, kelSize limit) {
     const ToolkitImage from = toToolkit(page), to = makeToolkit(size, page.channels);
     if (imProcessResize(from.get(), to.get(), kSmoothResize) != IM_ERR_NONE) throw std::bad_alloc();
     Page small = makePage(size, page.channels);
-    small.xDpi = page.xDpi;
-    small.yDpi = page.yDpi;
     KelGetIMLibImage(to.get(), small.samples.get());
     return small;
 }
