@@ -79,7 +79,7 @@ TEST_P(Levels, BitsSumsAndHalves) {
         const size_t runs = kernels.packNonZero(p, reinterpret_cast<uint64_t*>(bits.data()), n);
         auto* const sum = reinterpret_cast<uint32_t*>(sums.data());
         kernels.addWeighted(p, 0x01020304U, sum, n);
-        kernels.halve(p, &below[start], means.data(), n);
+        kernels.halve(p, &below[start], means.data(), n, n % 3);
         size_t starts = 0;
         for (unsigned i = 0; i < 64 * words; ++i) {
             const bool set = i < n && p[i] != 0;
@@ -90,7 +90,8 @@ TEST_P(Levels, BitsSumsAndHalves) {
         for (unsigned i = 0; i < n; ++i) {
             ASSERT_EQ(sum[i], 0xABABABABU + 0x01020304U * p[i]) << n << " at " << i;
             const unsigned char* const q = &below[start];
-            ASSERT_EQ(means.data()[i], (p[2 * i] + p[2 * i + 1] + q[2 * i] + q[2 * i + 1] + 2) / 4);
+            const int sum4 = p[2 * i] + p[2 * i + 1] + q[2 * i] + q[2 * i + 1];
+            ASSERT_EQ(means.data()[i], (sum4 + static_cast<int>(n % 3)) / 4);
         }
         for (const Guarded* out : {&bits, &sums, &means})
             out->bytes();
@@ -131,6 +132,21 @@ TEST_P(Levels, TablesAndCounts) {
         for (const Guarded* checked : {&binary, &mixed, &bits})
             checked->bytes();
         ASSERT_TRUE(std::equal(counts, counts + 256, expected)) << n;
+    }
+}
+
+TEST_P(Levels, ReversalsAndTranspositions) {
+    for (unsigned n = 0; n <= 80; ++n) {
+        const Bytes in = test::randomBytes(100 * n, n);
+        Guarded reversed(100 * n), turned(100 * n);
+        const unsigned count = n > 0 ? 100 * n - n % 7 : 0;
+        kernels.reverseBytes(in.data(), reversed.data(), count);
+        kernels.transpose(in.data(), n, turned.data(), 100, n, 100);
+        for (unsigned i = 0; i < 100 * n; ++i)
+            ASSERT_EQ(turned.data()[i % n * 100 + i / n], in[i]) << n << " at " << i;
+        for (unsigned i = 0; i < count; ++i)
+            ASSERT_EQ(reversed.data()[i], in[count - 1 - i]) << n << " at " << i;
+        turned.bytes(), reversed.bytes();
     }
 }
 
