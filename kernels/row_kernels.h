@@ -8,6 +8,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "enhance_kernels.h"
+
 namespace kel::detail {
 
 enum class CpuLevel { plain, avx2, best = avx2 };
@@ -74,6 +76,8 @@ struct RowKernels {
 
     /// Adds the number of samples of each level to `counts`, which has 256 entries.
     void (*countSamples)(const uint8_t* samples, uint32_t* counts, size_t count);
+
+    EnhanceKernels enhance;
 };
 
 /// The kernels of the best level that the processor has and that is not above `atMost` or the
