@@ -150,6 +150,7 @@ int runAll(int argc, char** argv) {
     addImBridgeRows();
     addImFileRows();
     addBinarizeRows();
+    addEnhanceRows();
     addImProcessRows();
     if (!checkRows()) return 1;
     for (size_t i = 0; i < rows().size(); ++i)

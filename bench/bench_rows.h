@@ -33,6 +33,7 @@ void addBridgeRows();
 void addImBridgeRows();
 void addImFileRows();
 void addBinarizeRows();
+void addEnhanceRows();
 void addImProcessRows();
 
 /// Prints how much memory the operations take.

@@ -17,6 +17,22 @@ struct BrightnessCurve {
     double constant;
 };
 
+/// How a sharpening filter takes `strength` times a sum of neighbours from a sample.
+struct SharpenRule {
+    double strength;
+    /// True when the product may be taken in integers: the sum limited to `largestSum`, times
+    /// `factor`, plus `offset`, over 2^kShift and rounded down. It is then exact but for the sums
+    /// in `doubtful`, whose other entries are no sums at all.
+    bool inIntegers;
+    int32_t factor;
+    int32_t offset;
+    int16_t largestSum;
+    int16_t doubtful[4];
+    bool hasDoubtful;
+
+    static constexpr int kShift = 22;
+};
+
 /// The pixels of one row and of its neighbours. Each pointer aims at the sample left of the first
 /// position; the samples right of the last position are read too.
 struct RowTriple {
@@ -64,10 +80,10 @@ struct EnhanceKernels {
 
     // Neighbourhoods. No overlap.
 
-    /// Centre minus `strength` times the sum of `weights` (rows above, centre, below) and samples,
-    /// in double, truncated and clamped.
-    void (*sharpen)(const RowTriple& rows, uint8_t* out, size_t count, const int8_t weights[9],
-                    double strength);
+    /// Centre minus strength times a sum of neighbours, in double, truncated and clamped. The sum
+    /// is NW + N + NE - 7 W + E + 2 SW + SE with `eight`, and N + NE - 3 W + E + SW without.
+    void (*sharpen)(const RowTriple& rows, uint8_t* out, size_t count, bool eight,
+                    const SharpenRule& rule);
     /// The weighted sum of four samples over 2^shift, rounded down: above left, above, left, self.
     /// Row pointers as in RowTriple. The weights add up to 2^shift, at most 256.
     void (*blendCorner)(const uint8_t* above, const uint8_t* centre, uint8_t* out, size_t count,

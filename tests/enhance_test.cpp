@@ -342,7 +342,8 @@ TEST(Enhance, CalibrationAndSharpening) {
                                                                              z.height);
              },
              [=](const Bytes& s, kelSize z, const Bytes&) { return calibrated(s, z, hdp); }});
-    for (const double strength : {0.0, 0.1, 0.3, 1.0 / 3, 1.0, -0.7, 1e300, std::nan("")})
+    for (const double strength :
+         {0.0, 0.3, 0.7, -2.05, 0.07, 1.0 / 3, 250.0, -251.0, 1e-20, 1e300, std::nan("")})
         for (const int planes : {1, 2, 3})
             for (const bool eight : {false, true})
                 ops.push_back({eight ? "Laplace8" : "Laplace4", planes, planes, true,
@@ -354,6 +355,36 @@ TEST(Enhance, CalibrationAndSharpening) {
                                    return laplace(s, z, planes, eight, strength);
                                }});
     checkAll(ops);
+}
+
+// Every sum beside every sample, in tiles of 3 by 3: where a product lies just above an integer,
+// the result depends on both.
+TEST(Enhance, EverySumBesideEverySample) {
+    const kelSize size{3 * 3571, 3};
+    Bytes image(area(size)), ours(area(size));
+    const auto at = [&](int y, int x) -> Sample& { return image[size_t(y * size.width + x)]; };
+    for (int tile = 0; tile < 3571; ++tile) {
+        int rest = tile - 1785;
+        at(1, 3 * tile) = static_cast<Sample>(rest < 0 ? (6 - rest) / 7 : 0);
+        rest += 7 * at(1, 3 * tile);
+        const auto take = [&](int y, int x, int weight) {
+            at(y, 3 * tile + x) = static_cast<Sample>(std::min(rest / weight, 255));
+            rest -= weight * at(y, 3 * tile + x);
+        };
+        take(2, 0, 2);
+        for (const auto& [y, x] : {std::pair{0, 0}, {0, 1}, {0, 2}, {1, 2}, {2, 2}})
+            take(y, x, 1);
+    }
+    for (const double strength : {0.7, 0.57, -1.1, 0.55, 2.2, 0.3, 0.01, 1.0, -248.9})
+        for (int c = 0; c < 256; ++c) {
+            for (int tile = 0; tile < 3571; ++tile)
+                at(1, 3 * tile + 1) = static_cast<Sample>(c);
+            KelLaplace8(image.data(), ours.data(), size, 1, strength);
+            for (int tile = 0; tile < 3571; ++tile)
+                ASSERT_EQ(ours[size_t(size.width + 3 * tile + 1)],
+                          sampleOf(c - (tile - 1785) * strength))
+                    << strength << " " << c << " " << tile - 1785;
+        }
 }
 
 /// `src` holds the planes of the first image and behind them those of the second.
