@@ -32,11 +32,13 @@ void addCopyRows();
 void addBridgeRows();
 void addImBridgeRows();
 void addImFileRows();
+void addFileRows();
 void addBinarizeRows();
 void addEnhanceRows();
 void addImProcessRows();
 
 /// Prints how much memory the operations take.
 void printMemoryTable();
+void printLoadMemoryTable();
 
 }  // namespace bench
