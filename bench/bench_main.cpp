@@ -153,6 +153,7 @@ int runAll(int argc, char** argv) {
     addBinarizeRows();
     addEnhanceRows();
     addImProcessRows();
+    addGeometryRows();
     if (!checkRows()) return 1;
     for (size_t i = 0; i < rows().size(); ++i)
         for (bool ours : {true, false})
@@ -165,6 +166,7 @@ int runAll(int argc, char** argv) {
     FastestReporter reporter(2 * rows().size());
     benchmark::RunSpecifiedBenchmarks(&reporter);
     printTable(reporter);
+    printTeamTable();
     printMemoryTable();
     printLoadMemoryTable();
     return 0;

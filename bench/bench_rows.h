@@ -36,6 +36,10 @@ void addFileRows();
 void addBinarizeRows();
 void addEnhanceRows();
 void addImProcessRows();
+void addGeometryRows();
+
+/// Prints what two threads bring where an operation may use them.
+void printTeamTable();
 
 /// Prints how much memory the operations take.
 void printMemoryTable();
