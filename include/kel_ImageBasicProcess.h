@@ -215,6 +215,20 @@ KEL_API int KelRgb2Grey(int r, int g, int b);
 /// @return 0, always
 KEL_API int KelCISColorCalibrate(unsigned char* src, unsigned char* dst, int width, int height);
 
+/// Stretches a scan vertically, the rows above `splitRow` by one factor and the others by another,
+/// with KelResizeImage()'s bilinear method, and stacks the results. A factor of 0 or less leaves a
+/// zone out.
+/// @param dst      set to a new buffer of channels * width * rows bytes; give it back with
+///                 Kel_ReleaseImage()
+/// @param dstSize  set to the new size
+/// @param channels 1 or 3; another count gives an image of zeros
+/// @param splitRow below 0 acts as 0
+/// @return 0; -1 with nothing written or allocated unless the bottom zone has ten rows or more and
+///         an `int` holds the new height
+KEL_API int KelCalibrationA4(unsigned char* src, kelSize size, unsigned char** dst,
+                             kelSize* dstSize, int channels, int splitRow, double topScale,
+                             double bottomScale);
+
 /// @}
 /// @name Products of images and removal of a colour
 /// One plane pairs up with each of three; equal channel counts pair up plane by plane. Pixels are

@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "enhance_kernels.h"
+#include "row_kernels_enhance.h"
 
 namespace kel::detail {
 

@@ -10,6 +10,7 @@
 
 #include "cis_calibration.h"
 #include "kel_ImageBasicProcess.h"
+#include "kel_ImageStorage.h"
 #include "kel_cv.h"
 #include "kernels/row_kernels.h"
 #include "support.h"
@@ -514,6 +515,65 @@ TEST(Enhance, EdgesAreTheContoursOfEveryPattern) {
             kel_Cal_EdgeImage(image.data(), tiles.width, tiles.height, ours.data());
             ASSERT_EQ(ours, contours(image, tiles)) << block;
         }
+}
+
+/// Both zones cut out, resized and stacked with the calls of the definition.
+Bytes stackedZones(Bytes src, kelSize size, int channels, const int (&rows)[2],
+                   const int (&scaled)[2]) {
+    Bytes zones[2], out;
+    for (int z = 0; z < 2; ++z) {
+        const kelSize from{size.width, rows[z]}, to{size.width, scaled[z]};
+        Bytes part(area(from) * size_t(channels));
+        zones[z].resize(area(to) * size_t(channels));
+        CvRect rect = cvRect(0, z == 0 ? 0 : rows[0], size.width, rows[z]);
+        KelCopySubImage(src.data(), size, part.data(), from, channels, &rect);
+        if (!zones[z].empty()) KelResizeImage(part.data(), from, zones[z].data(), to, channels, 2);
+    }
+    for (int c = 0; c < channels; ++c)
+        for (const Bytes& zone : zones) {
+            const auto plane = ptrdiff_t(zone.size()) / channels;
+            out.insert(out.end(), zone.begin() + c * plane, zone.begin() + (c + 1) * plane);
+        }
+    return out;
+}
+
+TEST(Enhance, CalibrationOfA4) {
+    const struct {
+        int split;
+        double top, bottom;
+        int rows[2];
+    } cases[] = {{40, 1.0, 1.0, {40, 60}}, {90, 1.013, 0.97, {91, 9}}, {0, 3.0, 1.5, {0, 150}},
+                 {33, 0.0, 2.0, {0, 134}}, {33, 2.0, 0.0, {66, 0}},    {1, 0.9, 1.0, {0, 99}},
+                 {50, -1.0, 0.5, {0, 25}}, {-7, 1.0, 1.0, {0, 100}}};
+    for (const int channels : {1, 3})
+        for (const auto& c : cases) {
+            const kelSize size{67, 100};
+            Bytes src = content(Content::noise, size, channels);
+            unsigned char* out = nullptr;
+            kelSize outSize{};
+            ASSERT_EQ(KelCalibrationA4(src.data(), size, &out, &outSize, channels, c.split, c.top,
+                                       c.bottom),
+                      0);
+            ASSERT_EQ(outSize.width, 67);
+            ASSERT_EQ(outSize.height, c.rows[0] + c.rows[1]) << c.split;
+            const int top = std::max(c.split, 0);
+            EXPECT_EQ(Bytes(out, out + area(outSize) * size_t(channels)),
+                      stackedZones(src, size, channels, {top, 100 - top}, c.rows))
+                << c.split << " " << c.top;
+            Kel_ReleaseImage(out);
+        }
+    Bytes src(300);
+    unsigned char* out = src.data();
+    kelSize outSize{5, 6};
+    const auto refused = [&](kelSize size, int split, double scale) {
+        return KelCalibrationA4(src.data(), size, &out, &outSize, 1, split, scale, 1.0) == -1 &&
+               out == src.data() && outSize.width == 5 && outSize.height == 6;
+    };
+    EXPECT_TRUE(refused({3, 100}, 91, 1.0));
+    EXPECT_TRUE(refused({3, 100}, 90, 1e9));
+    EXPECT_TRUE(refused({3, 9}, 0, 1.0));
+    EXPECT_TRUE(refused({-3, 100}, 10, 1.0));
+    EXPECT_TRUE(refused({3, std::numeric_limits<int>::min()}, 0, 1.0));
 }
 
 TEST(Enhance, Counts) {

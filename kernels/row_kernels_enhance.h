@@ -1,5 +1,5 @@
 // The row kernels of enhancement: point operations, counts, neighbourhoods and bit rows. Part of
-// the table of row_kernels.h; enhance_kernels_body.inc holds the loops.
+// the table of row_kernels.h; row_kernels_enhance.inc holds the loops.
 #pragma once
 
 #include <cstddef>
