@@ -13,6 +13,7 @@
 #include "bench_rows.h"
 #include "cv_handles.h"
 #include "kel_ImageBasicProcess.h"
+#include "kel_ImageStorage.h"
 
 namespace bench {
 namespace {
@@ -224,6 +225,38 @@ void addNeighbourRows(const PageSet& page) {
         1.0, near);
 }
 
+void addA4Row(const PageSet& page) {
+    const int split = page.size.height / 3, top = split * 101 / 100;
+    const int bottom = (page.size.height - split) * 99 / 100;
+    const kelSize stacked{page.size.width, top + bottom};
+    const auto b = std::make_shared<Bench>(
+        page.name + " colour", page.size, page.colour,
+        3 * static_cast<size_t>(stacked.width) * static_cast<size_t>(stacked.height));
+    add(
+        b, "KelCalibrationA4",
+        [=](Bench& x) {
+            unsigned char* result = nullptr;
+            kelSize size{};
+            KelCalibrationA4(x.src.data(), x.size, &result, &size, 3, split, 1.01, 0.99);
+            x.ours.assign(result, result + x.ours.size());
+            Kel_ReleaseImage(result);
+        },
+        "OpenCV resize on zones of planes, and the same copy",
+        [=](Bench& x) {
+            Bytes result(x.theirs.size());
+            for (int c = 0; c < 3; ++c) {
+                const cv::Mat in = x.in(c);
+                const ptrdiff_t step = ptrdiff_t{stacked.width} * stacked.height;
+                cv::Mat out = planeMat(result.data() + c * step, stacked);
+                cv::Mat upper = out.rowRange(0, top), lower = out.rowRange(top, stacked.height);
+                cv::resize(in.rowRange(0, split), upper, upper.size());
+                cv::resize(in.rowRange(split, in.rows), lower, lower.size());
+            }
+            x.theirs.assign(result.begin(), result.end());
+        },
+        1.2, sameAsPeer);
+}
+
 void addBinaryRows(const PageSet& page) {
     Bytes ink = page.grey;
     KelBinarizeThreshold(ink.data(), ink.data(), page.size, 150, 1);
@@ -298,6 +331,7 @@ void addEnhanceRows() {
         addPointRows(page);
         addPairRows(page);
         addNeighbourRows(page);
+        addA4Row(page);
         addBinaryRows(page);
     }
 }
