@@ -154,6 +154,7 @@ int runAll(int argc, char** argv) {
     addEnhanceRows();
     addImProcessRows();
     addGeometryRows();
+    addLevelRows();
     if (!checkRows()) return 1;
     for (size_t i = 0; i < rows().size(); ++i)
         for (bool ours : {true, false})

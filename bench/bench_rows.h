@@ -37,6 +37,7 @@ void addBinarizeRows();
 void addEnhanceRows();
 void addImProcessRows();
 void addGeometryRows();
+void addLevelRows();
 
 /// Prints what two threads bring where an operation may use them.
 void printTeamTable();
