@@ -151,6 +151,7 @@ int runAll(int argc, char** argv) {
     addImFileRows();
     addFileRows();
     addBinarizeRows();
+    addEnhanceRows();
     addImProcessRows();
     addLevelRows();
     addGeometryRows();

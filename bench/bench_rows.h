@@ -34,9 +34,11 @@ void addImBridgeRows();
 void addImFileRows();
 void addFileRows();
 void addBinarizeRows();
+void addEnhanceRows();
 void addImProcessRows();
 void addLevelRows();
 void addGeometryRows();
+void addLevelRows();
 
 /// Prints what two threads bring where an operation may use them.
 void printTeamTable();

@@ -8,6 +8,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "row_kernels_enhance.h"
+
 namespace kel::detail {
 
 enum class CpuLevel { plain, avx2, best = avx2 };
@@ -82,6 +84,44 @@ struct RowKernels {
 
     /// Adds the number of samples of each level to `counts`, which has 256 entries.
     void (*countSamples)(const uint8_t* samples, uint32_t* counts, size_t count);
+
+    EnhanceKernels enhance;
+
+    /// out[i] = row[map.columns[i]]. Reads up to 16 * windows samples from each block's start on.
+    void (*pickColumns)(const uint8_t* row, const ColumnMap& map, uint8_t* out, size_t count);
+
+    /// The same for left[i], and right[i] = row[map.columns[i] + 1]; the windows hold both.
+    void (*pickPairs)(const uint8_t* row, const ColumnMap& map, uint8_t* left, uint8_t* right,
+                      size_t count);
+
+    /// Truncated means of row[i], row[i + 1], below[i] and below[i + fourth]. No overlap.
+    void (*quadMeans)(const uint8_t* row, const uint8_t* below, ptrdiff_t fourth, uint8_t* out,
+                      size_t count);
+
+    /// The least of the same four. No overlap.
+    void (*quadLeasts)(const uint8_t* row, const uint8_t* below, ptrdiff_t fourth, uint8_t* out,
+                       size_t count);
+
+    /// samples[i] * weights[i]. No overlap.
+    void (*weighSamples)(const uint8_t* samples, const double* weights, double* out, size_t count);
+
+    /// left * weight + right * weight + leftBelow * weightBelow + rightBelow * weightBelow, added
+    /// in this order and truncated. No overlap.
+    void (*blendWeighted)(const double* left, const double* right, const double* leftBelow,
+                          const double* rightBelow, double weight, double weightBelow, uint8_t* out,
+                          size_t count);
+
+    /// The same of `samples`: left, right, left below and right below, times their column's weight.
+    void (*blendSamples)(const uint8_t* const samples[4], const double* leftWeights,
+                         const double* rightWeights, double weight, double weightBelow,
+                         uint8_t* out, size_t count);
+
+    /// out[i] = in[count - 1 - i]. No overlap.
+    void (*reverseBytes)(const uint8_t* in, uint8_t* out, size_t count);
+
+    /// out[x * outStride + y] = in[y * inStride + x]; strides may be negative. No overlap.
+    void (*transpose)(const uint8_t* in, ptrdiff_t inStride, uint8_t* out, ptrdiff_t outStride,
+                      ptrdiff_t columns, ptrdiff_t rows);
 
     /// 255 where a sample exceeds its level, 0 elsewhere. The level is `whenMasked` where the mask
     /// is not 0, `otherwise` elsewhere. `out` may be `in` or `mask`.

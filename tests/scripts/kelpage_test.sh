@@ -97,6 +97,22 @@ grep -o 'src="[^"]*"' "$work/sheet/index.html" | cut -d'"' -f2 > "$work/pictures
 while read -r picture; do is_png "$work/sheet/$picture"; done < "$work/pictures"
 expect 1 "$kelpage" sheet "$work/text.png" -o "$work/empty-sheet"
 
+# Enhancement: steps by themselves and together, and a report that shows each of them.
+expect 0 "$kelpage" enhance "$samples/cheque-blank.jpg" -o "$work/lifted.png" --curve 100,150 -g 1.2
+is_png "$work/lifted.png"
+expect 0 "$kelpage" enhance "$samples/cheque-blank.jpg" "$samples/form-ruled.png" -o "$work/enhanced" \
+  -b 10 -c 100,150 -g 1.1 -l 0.01,0.01 -s 0.1 --report "$work/steps"
+says "^$work/steps/index.html$"
+is_png "$work/enhanced/form-ruled.png"
+grep -o 'src="[^"]*"' "$work/steps/index.html" | cut -d'"' -f2 > "$work/pictures"
+[ "$(wc -l < "$work/pictures")" -eq 12 ] || fail "not 12 pictures"
+while read -r picture; do is_png "$work/steps/$picture"; done < "$work/pictures"
+expect 2 "$kelpage" enhance x.png -o y.png
+says 'at least one step'
+expect 2 "$kelpage" enhance x.png -o y.png --curve 150,100
+expect 1 "$kelpage" enhance "$samples/form-ruled.png" -o "$work/x.png" -b 5 --report "$work/text.png"
+says 'text.png: cannot make this folder'
+
 # Pages into other files: all of them, some, smaller, by compression; and what the files then hold.
 expect 0 "$kelpage" convert "$pages" "$work/two-pages.tif" --pages 2-3
 expect 0 "$kelpage" info "$work/two-pages.tif"

@@ -9,6 +9,7 @@ namespace kelpage {
 
 void addBinarize(CLI::App& app, int& status);
 void addConvert(CLI::App& app, int& status);
+void addEnhance(CLI::App& app, int& status);
 void addInfo(CLI::App& app, int& status);
 void addRoad(CLI::App& app, int& status);
 void addSheet(CLI::App& app, int& status);

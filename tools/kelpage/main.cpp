@@ -20,6 +20,7 @@ int run(int argc, char** argv) {
     int status = 0;
     kelpage::addBinarize(app, status);
     kelpage::addConvert(app, status);
+    kelpage::addEnhance(app, status);
     kelpage::addInfo(app, status);
     kelpage::addRoad(app, status);
     kelpage::addSheet(app, status);
