@@ -1,6 +1,6 @@
 #include "run_labels.h"
 
-namespace im {
+namespace kel::detail {
 namespace {
 
 /// The foreground bits of all rows, each from a word of its own on.
@@ -89,26 +89,28 @@ void uniteWithRowAbove(const Run* runs, uint32_t above, uint32_t run, uint32_t e
 }
 
 /// Turns the sets into regions: `regionOf` comes as the sets and becomes the numbers.
-void numberRegions(const BytePlane& plane, RunLabels& labels) {
+void numberRegions(int height, RunLabels& labels) {
     std::vector<uint32_t>& regionOf = labels.regionOf;
     size_t regions = 0;
     for (size_t run = 0; run < regionOf.size(); ++run)
         regions += regionOf[run] == run ? 1 : 0;
     labels.regions.reserve(regions);
-    for (int y = 0; y < plane.height; ++y) {
-        const bool atEdge = y == 0 || y == plane.height - 1;
+    for (int y = 0; y < height; ++y) {
         const auto row = static_cast<size_t>(y);
         for (uint32_t i = labels.rowStart[row]; i < labels.rowStart[row + 1]; ++i) {
+            const Run run = labels.runs[i];
+            const auto pixels = static_cast<uint32_t>(run.end - run.begin);
             if (regionOf[i] == i) {
                 regionOf[i] = static_cast<uint32_t>(labels.regions.size());
-                labels.regions.emplace_back();
-            } else {
-                regionOf[i] = regionOf[regionOf[i]];  // an earlier one, numbered already
+                labels.regions.push_back({pixels, run.begin, y, run.end - 1, y});
+                continue;
             }
-            const Run run = labels.runs[i];
+            regionOf[i] = regionOf[regionOf[i]];  // an earlier one, numbered already
             Region& region = labels.regions[regionOf[i]];
-            region.pixels += static_cast<uint32_t>(run.end - run.begin);
-            region.touchesBorder |= atEdge || run.begin == 0 || run.end == plane.width;
+            region.pixels += pixels;
+            region.left = std::min(region.left, run.begin);
+            region.right = std::max(region.right, run.end - 1);
+            region.bottom = y;
         }
     }
 }
@@ -117,6 +119,7 @@ void numberRegions(const BytePlane& plane, RunLabels& labels) {
 
 RunLabels labelRuns(const BytePlane& plane, PackForeground pack, int connect) {
     RunLabels labels;
+    if (plane.width < 1 || plane.height < 1) return labels;
     {
         RowBits bits;
         labels.runs.resize(packRows(plane, pack, bits, labels.rowStart));
@@ -133,8 +136,8 @@ RunLabels labelRuns(const BytePlane& plane, PackForeground pack, int connect) {
         above = start;
     }
     labels.regionOf = sets.take();
-    numberRegions(plane, labels);
+    numberRegions(plane.height, labels);
     return labels;
 }
 
-}  // namespace im
+}  // namespace kel::detail
