@@ -1,117 +1,152 @@
 #include "run_labels.h"
 
+#include <cstring>
+
 namespace kel::detail {
 namespace {
 
-/// The foreground bits of all rows, each from a word of its own on.
-struct RowBits {
-    size_t wordsPerRow;
-    std::vector<uint64_t> words;
+/// Memory that needs no filling.
+template <class Element>
+std::unique_ptr<Element[]> uninitialised(size_t count) {
+    return std::unique_ptr<Element[]>(new Element[count]);
+}
+
+/// The foreground bits of each band, from a word of its own on.
+struct BandBits {
+    size_t wordsPerBand;
+    std::unique_ptr<uint64_t[]> words;
+
+    uint64_t* band(size_t index) const { return &words[index * wordsPerBand]; }
 };
 
-size_t packRows(const BytePlane& plane, PackForeground pack, RowBits& bits,
-                std::vector<uint32_t>& rowStart) {
+BandBits packBands(const BytePlane& plane, PackForeground pack, RunLabels& labels) {
     const auto width = static_cast<size_t>(plane.width), height = static_cast<size_t>(plane.height);
-    bits.wordsPerRow = (width + 63) / 64;
-    bits.words.resize(bits.wordsPerRow * height);
-    rowStart.resize(height + 1);
-    size_t runs = 0;
+    BandBits bits{(width + 63) / 64, nullptr};
+    bits.words = uninitialised<uint64_t>(bits.wordsPerBand * height);
+    labels.bandOf.reserve(height);
+    labels.bandStart.push_back(0);
     for (int y = 0; y < plane.height; ++y) {
-        const auto at = static_cast<size_t>(y);
-        rowStart[at] = static_cast<uint32_t>(runs);
-        runs += pack(plane.row(y), &bits.words[at * bits.wordsPerRow], width);
+        const size_t next = labels.bandStart.size() - 1;
+        const size_t runs = pack(plane.row(y), bits.band(next), width);
+        const bool isRepeat =
+            y > 0 && std::memcmp(bits.band(next), bits.band(next - 1), 8 * bits.wordsPerBand) == 0;
+        if (!isRepeat)
+            labels.bandStart.push_back(labels.bandStart.back() + static_cast<uint32_t>(runs));
+        labels.bandOf.push_back(static_cast<uint32_t>(isRepeat ? next - 1 : next));
     }
-    rowStart[height] = static_cast<uint32_t>(runs);
-    return runs;
+    return bits;
 }
 
-/// Where bits change: the starts of runs and the positions behind them, each in order.
-void extractRuns(const uint64_t* words, size_t count, int width, Run* runs) {
-    Run* starting = runs;
-    Run* ending = runs;
+/// Runs start and end where bits change, in turn.
+void extractRuns(const uint64_t* words, size_t count, int width, Run* run) {
     uint64_t before = 0;
+    bool isOpen = false;
     for (size_t i = 0; i < count; ++i) {
-        const uint64_t word = words[i], left = word << 1 | before;
+        uint64_t changes = words[i] ^ (words[i] << 1 | before);
+        before = words[i] >> 63;
         const auto base = static_cast<int32_t>(64 * i);
-        for (uint64_t starts = word & ~left; starts != 0; starts &= starts - 1)
-            (starting++)->begin = base + __builtin_ctzll(starts);
-        for (uint64_t ends = ~word & left; ends != 0; ends &= ends - 1)
-            (ending++)->end = base + __builtin_ctzll(ends);
-        before = word >> 63;
+        if (isOpen && changes != 0) {
+            (run++)->end = base + __builtin_ctzll(changes);
+            changes &= changes - 1;
+            isOpen = false;
+        }
+        for (; changes != 0; changes &= changes - 1) {
+            run->begin = base + __builtin_ctzll(changes);
+            changes &= changes - 1;
+            isOpen = changes == 0;
+            if (isOpen) break;
+            (run++)->end = base + __builtin_ctzll(changes);
+        }
     }
-    if (ending != starting) ending->end = width;
+    if (isOpen) run->end = width;
 }
 
-/// Sets of runs. Each run names one of its set that comes no later than itself; the first of a set
-/// names itself.
-class RunSets {
+/// Names given to runs as they come, some of which turn out to mean the same region. Each knows
+/// another such that is no later than itself; the first of a region knows itself.
+class Names {
   public:
-    explicit RunSets(size_t runs) : earlier_(runs) {}
+    uint32_t add(const Region& part) {
+        const auto name = static_cast<uint32_t>(parts_.size());
+        earlier_.push_back(name);
+        parts_.push_back(part);
+        return name;
+    }
 
-    void addAlone(uint32_t run) { earlier_[run] = run; }
+    Region& part(uint32_t name) { return parts_[name]; }
 
-    void unite(uint32_t a, uint32_t b) {
+    uint32_t unite(uint32_t a, uint32_t b) {
         a = firstOf(a);
         b = firstOf(b);
-        if (a < b)
-            earlier_[b] = a;
-        else
-            earlier_[a] = b;
+        return a < b ? earlier_[b] = a : earlier_[a] = b;
     }
 
-    std::vector<uint32_t> take() { return std::move(earlier_); }
+    /// Joins the parts to regions. Returns the region of each name.
+    std::vector<uint32_t> join(std::vector<Region>& regions) {
+        uint32_t count = 0;
+        for (uint32_t name = 0; name < earlier_.size(); ++name) {
+            const Region part = parts_[name];
+            if (earlier_[name] == name) {
+                parts_[count] = part;  // no later than the part itself
+                earlier_[name] = count++;
+                continue;
+            }
+            earlier_[name] = earlier_[earlier_[name]];  // of an earlier one, a region already
+            Region& region = parts_[earlier_[name]];
+            region.pixels += part.pixels;
+            region.left = std::min(region.left, part.left);
+            region.right = std::max(region.right, part.right);
+            region.bottom = std::max(region.bottom, part.bottom);
+        }
+        parts_.resize(count);
+        regions = std::move(parts_);
+        return std::move(earlier_);
+    }
 
   private:
-    uint32_t firstOf(uint32_t run) {
-        while (earlier_[run] != run)
-            run = earlier_[run] = earlier_[earlier_[run]];
-        return run;
+    uint32_t firstOf(uint32_t name) {
+        while (earlier_[name] != name)
+            name = earlier_[name] = earlier_[earlier_[name]];
+        return name;
     }
 
     std::vector<uint32_t> earlier_;
+    std::vector<Region> parts_;
 };
 
-/// Unites the runs of a row, from `run` to `end`, with those that they touch in the row before,
-/// which are `above` to `run`. `reach` 1 lets corners touch.
-void uniteWithRowAbove(const Run* runs, uint32_t above, uint32_t run, uint32_t end, int reach,
-                       RunSets& sets) {
-    const uint32_t aboveEnd = run;
-    for (; run < end; ++run) {
-        sets.addAlone(run);
-        while (above < aboveEnd && runs[above].end + reach <= runs[run].begin)
-            ++above;
-        // The last one touched may reach the next run too.
-        for (uint32_t a = above; a < aboveEnd && runs[a].begin < runs[run].end + reach; ++a) {
-            sets.unite(run, a);
-            above = a;
-        }
-    }
-}
+/// The rows of a band.
+struct Rows {
+    int32_t first;
+    int32_t count;
+};
 
-/// Turns the sets into regions: `regionOf` comes as the sets and becomes the numbers.
-void numberRegions(int height, RunLabels& labels) {
-    std::vector<uint32_t>& regionOf = labels.regionOf;
-    size_t regions = 0;
-    for (size_t run = 0; run < regionOf.size(); ++run)
-        regions += regionOf[run] == run ? 1 : 0;
-    labels.regions.reserve(regions);
-    for (int y = 0; y < height; ++y) {
-        const auto row = static_cast<size_t>(y);
-        for (uint32_t i = labels.rowStart[row]; i < labels.rowStart[row + 1]; ++i) {
-            const Run run = labels.runs[i];
-            const auto pixels = static_cast<uint32_t>(run.end - run.begin);
-            if (regionOf[i] == i) {
-                regionOf[i] = static_cast<uint32_t>(labels.regions.size());
-                labels.regions.push_back({pixels, run.begin, y, run.end - 1, y});
-                continue;
-            }
-            regionOf[i] = regionOf[regionOf[i]];  // an earlier one, numbered already
-            Region& region = labels.regions[regionOf[i]];
-            region.pixels += pixels;
-            region.left = std::min(region.left, run.begin);
-            region.right = std::max(region.right, run.end - 1);
-            region.bottom = y;
+/// Names the runs of a band, from `run` to `end`, by those that they touch in the band before,
+/// which are `above` to `run`. `reach` 1 lets corners touch.
+void nameBand(RunLabels& labels, uint32_t above, uint32_t run, uint32_t end, int reach, Rows rows,
+              Names& names) {
+    const Run* const runs = labels.runs.get();
+    uint32_t* const nameOf = labels.regionOf.get();
+    const uint32_t aboveEnd = run;
+    const int32_t bottom = rows.first + rows.count - 1;
+    for (; run < end; ++run) {
+        const Run here = runs[run];
+        const auto pixels =
+            static_cast<uint32_t>(here.end - here.begin) * static_cast<uint32_t>(rows.count);
+        while (above < aboveEnd && runs[above].end + reach <= here.begin)
+            ++above;
+        if (above == aboveEnd || runs[above].begin >= here.end + reach) {
+            nameOf[run] = names.add({pixels, here.begin, rows.first, here.end - 1, bottom});
+            continue;
         }
+        uint32_t name = nameOf[above];
+        // The last one touched may reach the next run too.
+        for (; above + 1 < aboveEnd && runs[above + 1].begin < here.end + reach; ++above)
+            name = names.unite(name, nameOf[above + 1]);
+        nameOf[run] = name;
+        Region& part = names.part(name);
+        part.pixels += pixels;
+        part.left = std::min(part.left, here.begin);
+        part.right = std::max(part.right, here.end - 1);
+        part.bottom = bottom;
     }
 }
 
@@ -120,23 +155,26 @@ void numberRegions(int height, RunLabels& labels) {
 RunLabels labelRuns(const BytePlane& plane, PackForeground pack, int connect) {
     RunLabels labels;
     if (plane.width < 1 || plane.height < 1) return labels;
-    {
-        RowBits bits;
-        labels.runs.resize(packRows(plane, pack, bits, labels.rowStart));
-        for (size_t y = 0; y + 1 < labels.rowStart.size(); ++y)
-            extractRuns(&bits.words[y * bits.wordsPerRow], bits.wordsPerRow, plane.width,
-                        labels.runs.data() + labels.rowStart[y]);
-    }
-    RunSets sets(labels.runs.size());
+    const BandBits bits = packBands(plane, pack, labels);
+    const size_t count = labels.bandStart.back();
+    labels.runs = uninitialised<Run>(count);
+    labels.regionOf = uninitialised<uint32_t>(count);
+    Names names;
     uint32_t above = 0;
-    for (size_t y = 0; y + 1 < labels.rowStart.size(); ++y) {
-        const uint32_t start = labels.rowStart[y];
-        uniteWithRowAbove(labels.runs.data(), above, start, labels.rowStart[y + 1],
-                          connect == 8 ? 1 : 0, sets);
+    for (int32_t y = 0; y < plane.height;) {
+        const uint32_t band = labels.bandOf[static_cast<size_t>(y)];
+        Rows rows{y, 0};
+        for (; y < plane.height && labels.bandOf[static_cast<size_t>(y)] == band; ++y)
+            ++rows.count;
+        const uint32_t start = labels.bandStart[band], end = labels.bandStart[band + 1];
+        extractRuns(bits.band(band), bits.wordsPerBand, plane.width, &labels.runs[start]);
+        nameBand(labels, above, start, end, connect == 8 ? 1 : 0, rows, names);
         above = start;
     }
-    labels.regionOf = sets.take();
-    numberRegions(plane.height, labels);
+    const std::vector<uint32_t> regionOfName = names.join(labels.regions);
+    if (regionOfName.size() != labels.regions.size())
+        for (size_t i = 0; i < count; ++i)
+            labels.regionOf[i] = regionOfName[labels.regionOf[i]];
     return labels;
 }
 

@@ -73,19 +73,17 @@ int removeQuietly(IplImage* image, int type, int value) {
 
 /// Everything but the runs that stay becomes 0: samples outside all areas too.
 void keepRunsOnly(const Spots& spots, const PlaneView& image) {
-    const RunLabels& labels = spots.labels;
     for (int y = 0; y < image.height; ++y) {
         unsigned char* const row = image.row(y);
         int done = 0;
         const auto clearTo = [&](int end) {
             std::memset(row + done, 0, static_cast<size_t>(end - done));
         };
-        const auto at = static_cast<size_t>(y);
-        for (uint32_t i = labels.rowStart[at]; i < labels.rowStart[at + 1]; ++i) {
-            if (!spots.stay(labels.regionOf[i])) continue;
-            clearTo(labels.runs[i].begin);
-            done = labels.runs[i].end;
-        }
+        spots.labels.forEachRunOfRow(y, [&](Run run, uint32_t region) {
+            if (!spots.stay(region)) return;
+            clearTo(run.begin);
+            done = run.end;
+        });
         clearTo(image.width);
     }
 }
