@@ -8,6 +8,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "enhance_kernels.h"
+
 namespace kel::detail {
 
 enum class CpuLevel { plain, avx2, best = avx2 };
@@ -91,6 +93,7 @@ struct RowKernels {
     /// is not 0, `otherwise` elsewhere. `out` may be `in` or `mask`.
     void (*thresholdByMask)(const uint8_t* in, const uint8_t* mask, uint8_t* out, size_t count,
                             uint8_t otherwise, uint8_t whenMasked);
+    EnhanceKernels enhance;
 };
 
 /// The kernels of the best level that the processor has and that is not above `atMost` or the
