@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "area_kernels.h"
 #include "enhance_kernels.h"
 
 namespace kel::detail {
@@ -71,18 +72,6 @@ struct RowKernels {
     /// Means of 2 by 2 samples, halves up: `count` of them from two rows. No overlap.
     void (*halve)(const uint8_t* above, const uint8_t* below, uint8_t* means, size_t count);
 
-    /// packNonZero for the samples that are 255.
-    size_t (*packFull)(const uint8_t* samples, uint64_t* words, size_t count);
-
-    /// A bit is set where a number is not that before it; 0 stands before the first. The bits
-    /// beyond `count` are 0.
-    void (*packChanges)(const int32_t* numbers, uint64_t* words, size_t count);
-
-    uint64_t (*sumOf)(const uint8_t* samples, size_t count);
-
-    /// `value` where the mark of a sample is `mark`. No overlap.
-    void (*paintMarked)(const uint8_t* marks, uint8_t mark, uint8_t value, uint8_t* samples,
-                        size_t count);
     /// `table[sample]` for each sample, from 256 entries. `out` may be `in`.
     void (*lookUp)(const uint8_t* in, const uint8_t* table, uint8_t* out, size_t count);
 
@@ -94,6 +83,7 @@ struct RowKernels {
     void (*thresholdByMask)(const uint8_t* in, const uint8_t* mask, uint8_t* out, size_t count,
                             uint8_t otherwise, uint8_t whenMasked);
     EnhanceKernels enhance;
+    AreaKernels area;
 };
 
 /// The kernels of the best level that the processor has and that is not above `atMost` or the
