@@ -1,4 +1,5 @@
-// Connected areas: labels, records and spot removal beside OpenCV and Leptonica.
+// Connected areas and what is built on them (spots, dark edges, binding holes) beside OpenCV and
+// Leptonica.
 #include <leptonica/allheaders.h>
 #include <opencv2/imgproc.hpp>
 
@@ -11,6 +12,7 @@
 #include "bench_rows.h"
 #include "cv_handles.h"
 #include "kel_ConnectArea.h"
+#include "kel_ImageBasicProcess.h"
 
 namespace bench {
 namespace {
@@ -193,6 +195,94 @@ void addRemovalRows(const PageSet& page, const char* name, const Plane& ink) {
             }});
 }
 
+/// A scanned page with ragged dark bands of a sixth of an inch along its edges.
+Plane darkEdged(const PageSet& page) {
+    auto image = std::make_shared<Bytes>(page.colour);
+    const int w = page.size.width, h = page.size.height;
+    for (size_t i = 0; i < image->size(); ++i) {
+        const int x = static_cast<int>(i % static_cast<size_t>(w));
+        const int y = static_cast<int>(i % page.area() / static_cast<size_t>(w));
+        if (std::min({x, y, w - 1 - x, h - 1 - y}) < 40 + (x + y) / 7 % 20) (*image)[i] /= 8;
+    }
+    return image;
+}
+
+void addEdgeRows(const PageSet& page) {
+    const kelSize size = page.size;
+    const Plane src = darkEdged(page);
+    auto dst = std::make_shared<Bytes>(src->size());
+    auto grey = std::make_shared<Bytes>(page.area());
+    addRow({"KelSubBlackEdge", page.name + " colour",
+            [=] { KelSubBlackEdge(src->data(), dst->data(), size, 3, false, 0, 0); },
+            "the grey conversion and the opening in it",
+            [=] {
+                KelColorConvert(src->data(), size, 3, grey->data(), size, 1);
+                kelSize opened = size;
+                KelMorphology(grey->data(), grey->data(), &opened, 2, 2, 2, 1);
+            },
+            2.5, [=] {  // the bands are gone, save for some rags
+                const auto dark = [&](const Bytes& image) {
+                    return std::count_if(image.begin(), image.end(),
+                                         [](unsigned char v) { return v < 40; });
+                };
+                return dark(*src) > 500 * dark(*dst);
+            }});
+    auto holes = std::make_shared<Bytes>(*src);
+    addRow({"KelDetectAndFixBindingHole", page.name + " colour",
+            [=] {
+                KelDetectAndFixBindingHole(holes->data(), size.width, size.height, 3, 0, 300, 35,
+                                           50, 0, 0, 255, 255, 255);
+            },
+            "the grey conversion of the page",
+            [=] { KelColorConvert(src->data(), size, 3, grey->data(), size, 1); }, 1.5,
+            [=] { return *holes == *src; }});
+}
+
+/// In place, on a copy of the page.
+void addEdgeNoiseRows(const PageSet& page, const Plane& text) {
+    const kelSize size = page.size;
+    auto work = std::make_shared<Bytes>(page.area());
+    const auto remove = [=](const Plane& plane) {
+        std::copy(plane->begin(), plane->end(), work->begin());
+        Kel_RemoveEdgeNoise(work->data(), size.width, size.height, 0);
+    };
+    const Plane framed = drawn(size, [&](int x, int y) {
+        const bool isEdge = std::min(x, size.width - 1 - x) < 30 || y < 20;
+        return isEdge || (*text)[static_cast<size_t>(y) * static_cast<size_t>(size.width) +
+                                 static_cast<size_t>(x)] != 0;
+    });
+    const PixHandle pix = pixOf(framed, size);
+    auto theirs = std::make_shared<PixHandle>();
+    addRow({"Kel_RemoveEdgeNoise", page.name + " text", [=] { remove(framed); },
+            "Leptonica, from bytes and back",
+            [=] {
+                const PixHandle bits = owned(pixThresholdToBinary(pix.get(), 128));
+                const PixHandle kept = owned(pixRemoveBorderConnComps(bits.get(), 8));
+                *theirs = owned(pixConvert1To8(nullptr, kept.get(), 0, 255));
+            },
+            1.0,
+            [=] {
+                remove(framed);
+                for (int y = 0; y < size.height; ++y)
+                    for (int x = 0; x < size.width; ++x)
+                        if (GET_DATA_BYTE(pixGetData(theirs->get()) + y * pixGetWpl(theirs->get()),
+                                          x) !=
+                            (*work)[static_cast<size_t>(y) * static_cast<size_t>(size.width) +
+                                    static_cast<size_t>(x)])
+                            return false;
+                return true;
+            }});
+    const Plane many =
+        drawn(size, [&](int x, int y) { return x % 12 < 3 && (y < 900 || y > 1500); });
+    addRow({"Kel_RemoveEdgeNoise, 414 regions", page.name + " binary", [=] { remove(many); },
+            "the same on text", [=] { remove(framed); }, 1.5,
+            [=] {
+                remove(many);
+                return std::all_of(work->begin(), work->end(),
+                                   [](unsigned char v) { return v == 0; });
+            }});
+}
+
 }  // namespace
 
 void addAreaRows() {
@@ -203,6 +293,8 @@ void addAreaRows() {
         addLabelRows(page, name, ink);
         addRemovalRows(page, name, ink);
     }
+    addEdgeRows(page);
+    addEdgeNoiseRows(page, text);
     addShapeRow(page, "comb of 4", comb(page.size, 4), text);
     addShapeRow(page, "comb of 1", comb(page.size, 1), text);
     addShapeRow(page, "spiral of 4", spiral(page.size, 4), text);
