@@ -119,36 +119,81 @@ struct Rows {
     int32_t count;
 };
 
-/// Names the runs of a band, from `run` to `end`, by those that they touch in the band before,
-/// which are `above` to `run`. `reach` 1 lets corners touch.
-void nameBand(RunLabels& labels, uint32_t above, uint32_t run, uint32_t end, int reach, Rows rows,
-              Names& names) {
-    const Run* const runs = labels.runs.get();
-    uint32_t* const nameOf = labels.regionOf.get();
-    const uint32_t aboveEnd = run;
-    const int32_t bottom = rows.first + rows.count - 1;
-    for (; run < end; ++run) {
-        const Run here = runs[run];
-        const auto pixels =
-            static_cast<uint32_t>(here.end - here.begin) * static_cast<uint32_t>(rows.count);
-        while (above < aboveEnd && runs[above].end + reach <= here.begin)
-            ++above;
-        if (above == aboveEnd || runs[above].begin >= here.end + reach) {
-            nameOf[run] = names.add({pixels, here.begin, rows.first, here.end - 1, bottom});
-            continue;
+/// Names the runs of one band after the other by those that they touch in the band before.
+class Namer {
+  public:
+    /// `reach` 1 lets corners touch.
+    Namer(RunLabels& labels, int reach)
+        : runs_(labels.runs.get()), nameOf_(labels.regionOf.get()), reach_(reach) {}
+
+    /// The runs from `run` to `end`; those from `above` to `run` are the band before.
+    void nameBand(uint32_t above, uint32_t run, uint32_t end, Rows rows) {
+        above_ = above;
+        aboveEnd_ = run;
+        run_ = run;
+        rows_ = rows;
+        while (run_ < end) {
+            nameLikeAbove(end);
+            // Looked for now and then only: noise has nothing to find.
+            for (const uint32_t stop = std::min(end, run_ + 16); run_ < stop; ++run_)
+                nameOne();
         }
-        uint32_t name = nameOf[above];
+    }
+
+    std::vector<uint32_t> join(std::vector<Region>& regions) { return names_.join(regions); }
+
+  private:
+    uint32_t pixelsOf(Run run) const {
+        return static_cast<uint32_t>(run.end - run.begin) * static_cast<uint32_t>(rows_.count);
+    }
+    int32_t bottom() const { return rows_.first + rows_.count - 1; }
+
+    void skipAbove(Run here) {
+        while (above_ < aboveEnd_ && runs_[above_].end + reach_ <= here.begin)
+            ++above_;
+    }
+
+    /// Runs with the same ends as those above, which touch no others: most of them in shapes of
+    /// upright lines.
+    void nameLikeAbove(uint32_t end) {
+        skipAbove(runs_[run_]);
+        for (; run_ < end && above_ < aboveEnd_; ++run_, ++above_) {
+            const Run here = runs_[run_];
+            if (here.begin != runs_[above_].begin || here.end != runs_[above_].end) return;
+            nameOf_[run_] = nameOf_[above_];
+            Region& part = names_.part(nameOf_[run_]);
+            part.pixels += pixelsOf(here);
+            part.bottom = bottom();
+        }
+    }
+
+    void nameOne() {
+        const Run here = runs_[run_];
+        skipAbove(here);
+        if (above_ == aboveEnd_ || runs_[above_].begin >= here.end + reach_) {
+            nameOf_[run_] =
+                names_.add({pixelsOf(here), here.begin, rows_.first, here.end - 1, bottom()});
+            return;
+        }
+        uint32_t name = nameOf_[above_];
         // The last one touched may reach the next run too.
-        for (; above + 1 < aboveEnd && runs[above + 1].begin < here.end + reach; ++above)
-            name = names.unite(name, nameOf[above + 1]);
-        nameOf[run] = name;
-        Region& part = names.part(name);
-        part.pixels += pixels;
+        for (; above_ + 1 < aboveEnd_ && runs_[above_ + 1].begin < here.end + reach_; ++above_)
+            name = names_.unite(name, nameOf_[above_ + 1]);
+        nameOf_[run_] = name;
+        Region& part = names_.part(name);
+        part.pixels += pixelsOf(here);
         part.left = std::min(part.left, here.begin);
         part.right = std::max(part.right, here.end - 1);
-        part.bottom = bottom;
+        part.bottom = bottom();
     }
-}
+
+    const Run* runs_;
+    uint32_t* nameOf_;
+    int reach_;
+    Names names_;
+    uint32_t above_ = 0, aboveEnd_ = 0, run_ = 0;
+    Rows rows_{};
+};
 
 }  // namespace
 
@@ -159,7 +204,7 @@ RunLabels labelRuns(const BytePlane& plane, PackForeground pack, int connect) {
     const size_t count = labels.bandStart.back();
     labels.runs = uninitialised<Run>(count);
     labels.regionOf = uninitialised<uint32_t>(count);
-    Names names;
+    Namer namer(labels, connect == 8 ? 1 : 0);
     uint32_t above = 0;
     for (int32_t y = 0; y < plane.height;) {
         const uint32_t band = labels.bandOf[static_cast<size_t>(y)];
@@ -168,10 +213,10 @@ RunLabels labelRuns(const BytePlane& plane, PackForeground pack, int connect) {
             ++rows.count;
         const uint32_t start = labels.bandStart[band], end = labels.bandStart[band + 1];
         extractRuns(bits.band(band), bits.wordsPerBand, plane.width, &labels.runs[start]);
-        nameBand(labels, above, start, end, connect == 8 ? 1 : 0, rows, names);
+        namer.nameBand(above, start, end, rows);
         above = start;
     }
-    const std::vector<uint32_t> regionOfName = names.join(labels.regions);
+    const std::vector<uint32_t> regionOfName = namer.join(labels.regions);
     if (regionOfName.size() != labels.regions.size())
         for (size_t i = 0; i < count; ++i)
             labels.regionOf[i] = regionOfName[labels.regionOf[i]];
