@@ -149,6 +149,7 @@ int runAll(int argc, char** argv) {
     addBridgeRows();
     addImBridgeRows();
     addImFileRows();
+    addFileRows();
     addBinarizeRows();
     addImProcessRows();
     addAreaRows();
@@ -165,6 +166,7 @@ int runAll(int argc, char** argv) {
     benchmark::RunSpecifiedBenchmarks(&reporter);
     printTable(reporter);
     printMemoryTable();
+    printLoadMemoryTable();
     return 0;
 }
 

@@ -32,11 +32,13 @@ void addCopyRows();
 void addBridgeRows();
 void addImBridgeRows();
 void addImFileRows();
+void addFileRows();
 void addBinarizeRows();
 void addImProcessRows();
 void addAreaRows();
 
 /// Prints how much memory the operations take.
 void printMemoryTable();
+void printLoadMemoryTable();
 
 }  // namespace bench

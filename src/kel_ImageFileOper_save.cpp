@@ -9,6 +9,7 @@
 #include "kel_ImageFileOper.h"
 #include "kel_ImageFileOper_internal.h"
 #include "kel_im.h"
+#include "page_records.h"
 
 using namespace kel::detail;
 
@@ -90,26 +91,17 @@ bool Kel_CheckSepcialCprTypeIsOK(const char* format, int cprType) {
 int Kel_SaveImage(unsigned char* data, int width, int height, int channels, const char* fileName,
                   const char* format, int cprType) {
     if (!Kel_CheckSepcialCprTypeIsOK(format, cprType)) return kRefusedCompression;
-    ImImageHandle image = makeImImage(width, height, channels == 1 ? IM_GRAY : IM_RGB);
+    const int colorSpace = channels == 1 ? IM_GRAY : IM_RGB;
+    ImImageHandle image =
+        (cprType == 2 ? binaryRecordOf : recordOf)(data, width, height, colorSpace);
+    // The run-length form of BMP takes one plane.
+    if (image != nullptr && channels != 1 && cprType == 1 && std::strcmp(format, "BMP") == 0)
+        image = convertedRecord(*image, IM_GRAY);
     if (image == nullptr) {
         PrintError(IM_ERR_MEM);
         return IM_ERR_MEM;
     }
-    KelPutIMLibImage(image.get(), data);
-
-    // The run-length form of BMP takes one plane; CCITT takes bits.
-    const bool turnsGrey = channels != 1 && cprType == 1 && std::strcmp(format, "BMP") == 0;
-    if (turnsGrey || cprType == 2) {
-        const ImImageHandle stored = makeImImageLike(*image, turnsGrey ? IM_GRAY : IM_BINARY);
-        if (stored == nullptr) {
-            PrintError(IM_ERR_MEM);
-            return IM_ERR_MEM;
-        }
-        imConvertColorSpace(image.get(), stored.get());
-        image.reset();
-        return im_SaveImage(stored.get(), fileName, format, cprType);
-    }
-    return im_SaveImage(image.get(), fileName, format, cprType == 1 ? 1 : 0);
+    return im_SaveImage(image.get(), fileName, format, cprType == 1 || cprType == 2 ? cprType : 0);
 }
 
 int Kel_SaveImage_DT(unsigned char* data, int width, int height, int channels, const char* fileName,

@@ -8,6 +8,7 @@
 #include "im_handles.h"
 #include "kel_im.h"
 #include "kel_im_internal.h"
+#include "page_records.h"
 #include "work_buffer.h"
 
 using namespace kel::detail;
@@ -46,18 +47,8 @@ class MemoryImageFile {
     ImFileHandle file_;
 };
 
-/// A channel image as a record, grey or RGB; null when it can't be held.
-ImImageHandle recordOf(unsigned char* data, int width, int height, int channels) {
-    ImImageHandle image = makeImImage(width, height, channels == 3 ? IM_RGB : IM_GRAY);
-    if (image != nullptr) KelPutIMLibImage(image.get(), data);
-    return image;
-}
-
-ImImageHandle converted(ImImageHandle image, int colorSpace) {
-    if (image == nullptr) return nullptr;
-    ImImageHandle result = makeImImageLike(*image, colorSpace);
-    if (result != nullptr) imConvertColorSpace(image.get(), result.get());
-    return result;
+int colorSpaceOf(int channels) {
+    return channels == 3 ? IM_RGB : IM_GRAY;
 }
 
 struct Resolution {
@@ -102,21 +93,19 @@ int ConvertimImage2JpegStream(imImage* image, int quality, unsigned char** dst, 
 
 int KC_ConverRaw2BMP(unsigned char* data, int width, int height, int channels, unsigned char** dst,
                      int* length, float xDpi, float yDpi, void* /*reserved*/, int cprType) {
-    ImImageHandle image = recordOf(data, width, height, channels);
+    ImImageHandle image = recordOf(data, width, height, colorSpaceOf(channels));
     // The run-length form takes one plane.
-    if (channels == 3 && cprType == 1) image = converted(std::move(image), IM_GRAY);
+    if (channels == 3 && cprType == 1 && image != nullptr) image = convertedRecord(*image, IM_GRAY);
     encode(image.get(), "BMP", cprType == 1 ? "RLE" : nullptr, {xDpi, yDpi}, false, dst, length);
     return 0;
 }
 
 int KC_ConverRaw2TIFF(unsigned char* data, int width, int height, int channels, unsigned char** dst,
                       int* length, float xDpi, float yDpi, void* /*reserved*/, int cprType) {
-    ImImageHandle image = recordOf(data, width, height, channels);
-    const char* compression = cprType == 1 ? "RLE" : nullptr;
-    if (cprType == 2) {
-        image = converted(std::move(image), IM_BINARY);
-        compression = "CCITTFAX4";
-    }
+    const bool isBinary = cprType == 2;
+    const ImImageHandle image =
+        (isBinary ? binaryRecordOf : recordOf)(data, width, height, colorSpaceOf(channels));
+    const char* const compression = isBinary ? "CCITTFAX4" : cprType == 1 ? "RLE" : nullptr;
     encode(image.get(), "TIFF", compression, {xDpi, yDpi}, true, dst, length);
     return 0;
 }
