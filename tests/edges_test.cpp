@@ -197,6 +197,12 @@ TEST(Edges, RemovalEqualsItsPlainForm) {
             EXPECT_EQ(KelSubBlackEdge2(nullptr, none.width, none.height, 3, 1, 1, 1), 0);
             EXPECT_EQ(Kel_RemoveEdgeNoise(nullptr, none.width, none.height, 1), 0);
         }
+    // The sum of the samples needs more than 32 bits.
+    const kelSize large{4200, 4100};
+    Bytes bright(area(large), 255);
+    std::fill_n(bright.begin(), 10 * 4200, static_cast<unsigned char>(0));
+    KelSubBlackEdge(bright.data(), bright.data(), large, 1, false, 0, 0);
+    EXPECT_EQ(bright, Bytes(area(large), 255));
     // A page of planes without a luminance is copied as it is.
     Bytes two = test::randomBytes(2 * 30, 1, 0, 40);
     Guarded copy(two.size());
