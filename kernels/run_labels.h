@@ -80,8 +80,8 @@ struct RunLabels {
 using PackForeground = size_t (*)(const uint8_t* samples, uint64_t* words, size_t count);
 
 /// Finds the regions, none in an empty plane; `connect` is 4 or 8. The time depends on the number
-/// of runs, not on shapes. Takes 12 bytes a run, up to 28 for one that starts a region, and in
-/// passing an eighth of the plane. A plane has at most one run for two pixels.
+/// of runs, not on shapes. Takes 12 bytes a run, some 24 more for one that touches none above, and
+/// in passing an eighth of the plane. A plane has at most one run for two pixels.
 RunLabels labelRuns(const BytePlane& plane, PackForeground pack, int connect);
 
 }  // namespace kel::detail
