@@ -155,6 +155,7 @@ int runAll(int argc, char** argv) {
     addImProcessRows();
     addLevelRows();
     addGeometryRows();
+    addAreaRows();
     if (!checkRows()) return 1;
     for (size_t i = 0; i < rows().size(); ++i)
         for (bool ours : {true, false})

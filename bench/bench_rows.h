@@ -42,6 +42,7 @@ void addLevelRows();
 
 /// Prints what two threads bring where an operation may use them.
 void printTeamTable();
+void addAreaRows();
 
 /// Prints how much memory the operations take.
 void printMemoryTable();

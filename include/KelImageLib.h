@@ -3,6 +3,7 @@
 #ifndef KELIMAGELIB_H
 #define KELIMAGELIB_H
 
+#include "kel_ConnectArea.h"
 #include "kel_ImageBasicProcess.h"
 #include "kel_ImageFileOper.h"
 #include "kel_ImageStorage.h"

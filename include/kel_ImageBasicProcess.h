@@ -620,4 +620,60 @@ KEL_API int kel_RotateImage270(unsigned char* src, int srcW, int srcH, int chann
 
 /// @}
 
+/// @name Scanner edges and binding holes
+/// Regions are 8-connected; those beyond the first 65,535, counted from the bottom row up, are not
+/// seen. Images are channel images of 1 or 3 planes; an empty one is left alone.
+/// @{
+
+/// Writes the low byte of `value` over every region of samples that are not 0 which touches the
+/// border of a plane.
+/// @return 0, always
+KEL_API int Kel_RemoveEdgeNoise(unsigned char* image, int w, int h, int value);
+
+/// Paints the dark edges that a scanner leaves round a page. Dark is a luminance of at most 50;
+/// what remains of it after an opening by 5 by 5 pixels, touches the border, and a pixel more
+/// within 50 pixels of the border, is painted. Each plane takes its mean, at most 225, plus 30.
+/// @param dst        as `src`, which it may be
+/// @param keepCentre true: only pixels in a frame are painted, those left of `marginX`, right of
+///                   width - `marginX`, above `marginY` or below height - `marginY`
+/// @return 0, always
+KEL_API int KelSubBlackEdge(unsigned char* src, unsigned char* dst, kelSize size, int channels,
+                            bool keepCentre, int marginX, int marginY);
+
+/// The same without the opening.
+KEL_API int KelSubBlackEdge1(unsigned char* src, unsigned char* dst, kelSize size, int channels,
+                             bool keepCentre, int marginX, int marginY);
+
+/// Paints, in place, the regions that touch the border among the marks of KelBinarizePartArea() at
+/// level 50.
+/// @param channels 1; with any other count three planes are read and painted
+/// @param fillValue written to every plane
+/// @return 0, always; a margin below 1 leaves the image alone
+KEL_API int KelSubBlackEdge2(unsigned char* image, int w, int h, int channels,
+                             unsigned char fillValue, int marginX, int marginY);
+
+/// Paints dark round holes near the left and the right side of a page, in place: regions of a
+/// luminance of at most 90 with about the area of a circle (more than 0.5 of it and less than 1.2)
+/// and a shape that passes KelCAShape(). Nothing is done with fewer than 5 regions in both strips.
+/// @param channels   1, or 3 to paint in colour
+/// @param mode       3: plane 0 is binary, and what is not 0 is dark
+/// @param stripWidth columns at each side that are looked at; at most (w - 100) / 2
+/// @param radius     of the holes in pixels
+/// @param margin     (margin + radius) * 2 + 10 must not exceed w
+/// @param h          at least 300; else, or with sizes beyond those above, nothing is done
+/// @param reserved1,reserved2 not read
+/// @param red,green,blue paint, low bytes; a grey page takes `red`
+/// @return 0, always
+KEL_API int KelDetectAndFixBindingHole(unsigned char* image, int w, int h, int channels, int mode,
+                                       int stripWidth, int radius, int margin, int reserved1,
+                                       int reserved2, int red, int green, int blue);
+
+/// Numbers the regions of samples that are not 0 from 1 on, in raster order from the bottom row up;
+/// 0 is background.
+/// @param labels w*h numbers
+/// @return the highest number
+KEL_API int kel_GetLabel(unsigned char* plane, int w, int h, unsigned short* labels);
+
+/// @}
+
 #endif  // KEL_IMAGEBASICPROCESS_H

@@ -9,6 +9,8 @@
 #include <cstdint>
 
 #include "row_kernels_enhance.h"
+#include "area_kernels.h"
+#include "enhance_kernels.h"
 
 namespace kel::detail {
 
@@ -185,6 +187,8 @@ struct RowKernels {
     /// out[x * outStride + y] = in[y * inStride + x]; strides may be negative. No overlap.
     void (*transpose)(const uint8_t* in, ptrdiff_t inStride, uint8_t* out, ptrdiff_t outStride,
                       ptrdiff_t columns, ptrdiff_t rows);
+    EnhanceKernels enhance;
+    AreaKernels area;
 };
 
 /// The kernels of the best level that the processor has and that is not above `atMost` or the

@@ -151,5 +151,25 @@ expect 0 "$kelpage" road "$samples/cheque-blank.jpg" -o "$work/road"
 says 'TIFF G4 .* bytes .*road/cheque-blank.tif$'
 says 'JPEG block .* bytes'
 
+# Areas of ink, and what is removed by them, with each page before and after.
+expect 0 "$kelpage" areas "$samples/form-ruled.png" -o "$work/areas.png" --report "$work/areas"
+says 'form-ruled.png: [0-9]+ areas; of 1: .*; the largest has [0-9]+ in'
+is_png "$work/areas.png"
+is_png "$work/areas/1-form-ruled-after.png"
+expect 0 "$kelpage" despeckle "$samples/form-ruled.png" -o "$work/clean.png" --least 30
+says ' -> [0-9]+ areas, 0 of them up to 29 pixels$'
+expect 0 "$kelpage" despeckle "$work/clean.png" -o "$work/cleaner.png" --least 30
+cmp -s "$work/clean.png" "$work/cleaner.png" || fail "a clean page was cleaned again"
+expect 0 "$kelpage" edges "$samples/page-dark-margins.jpg" -o "$work/edges.png" -r "$work/edges"
+says 'page-dark-margins.jpg: [1-9][0-9]+ of 333960 pixels painted over$'
+grep -q '[1-9][0-9]* of 333960' "$work/edges/index.html" || fail "the report does not tell the figures"
+expect 0 "$kelpage" edges "$samples/page-dark-margins.jpg" -o "$work/frame.png" --frame 40 --paint 200
+expect 2 "$kelpage" edges "$samples/page-dark-margins.jpg" -o "$work/x.png" --frame 40 --thin
+expect 0 "$kelpage" holes "$samples/page-dark-margins.jpg" -o "$work/holes.png"
+says '1 hole of radius 7 filled'
+expect 2 "$kelpage" holes "$samples/page-dark-margins.jpg" -o "$work/x.png" --colour 1,2
+expect 1 "$kelpage" edges "$work/text.png" -o "$work/x.png" --report "$work/edges"
+says '^kelpage: .*/text.png: not an image, or damaged$'
+
 [ $failures -eq 0 ] && echo "kelpage behaves"
 exit $((failures > 0))

@@ -2,10 +2,9 @@
 #include <memory>
 #include <optional>
 
-#include "batch.h"
 #include "commands.h"
 #include "methods.h"
-#include "page_files.h"
+#include "page_work.h"
 
 namespace kelpage {
 namespace {
@@ -51,12 +50,7 @@ Settings settingsOf(const Arguments& arguments) {
 void addBinarize(CLI::App& app, int& status) {
     CLI::App* command = app.add_subcommand("binarize", "Turn pages into black and white");
     const auto arguments = std::make_shared<Arguments>();
-    command->add_option("IN", arguments->batch.inputs, "Image files, or folders of them")
-        ->required();
-    command
-        ->add_option("-o,--output", arguments->batch.output,
-                     "Result file for one page, otherwise a folder for PNG files")
-        ->required();
+    addFileOptions(*command, arguments->batch);
     command->add_option("-m,--method", arguments->method, methodHelp())
         ->transform(methodNumber, "")
         ->type_name("METHOD")

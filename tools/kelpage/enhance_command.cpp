@@ -5,10 +5,10 @@
 #include <optional>
 #include <utility>
 
-#include "batch.h"
 #include "commands.h"
 #include "kel_ImageBasicProcess.h"
 #include "page_files.h"
+#include "page_work.h"
 #include "report.h"
 
 namespace kelpage {
@@ -150,12 +150,7 @@ void addEnhance(CLI::App& app, int& status) {
         "enhance",
         "Change brightness, levels and sharpness of pages; the steps run in the order below");
     const auto arguments = std::make_shared<Arguments>();
-    command->add_option("IN", arguments->batch.inputs, "Image files, or folders of them")
-        ->required();
-    command
-        ->add_option("-o,--output", arguments->batch.output,
-                     "Result file for one page, otherwise a folder for PNG files")
-        ->required();
+    addFileOptions(*command, arguments->batch);
     command->add_option("-b,--brightness", arguments->brightness, "Added to every sample")
         ->check(CLI::Range(-255, 255));
     command
