@@ -8,6 +8,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "colour_kernels.h"
+
 namespace kel::detail {
 
 enum class CpuLevel { plain, avx2, best = avx2 };
@@ -68,6 +70,8 @@ struct RowKernels {
 
     /// Means of 2 by 2 samples, halves up: `count` of them from two rows. No overlap.
     void (*halve)(const uint8_t* above, const uint8_t* below, uint8_t* means, size_t count);
+
+    ColourKernels colour;
 };
 
 /// The kernels of the best level that the processor has and that is not above `atMost` or the
