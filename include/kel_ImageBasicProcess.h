@@ -159,6 +159,110 @@ KEL_API int KelBinarizeImage(unsigned char* src, int channels, unsigned char* ds
 KEL_API int KelAutoThresholdValue3(unsigned char* src, unsigned char* guide, kelSize size);
 
 /// @}
+/// @name Levels by iteration, whole-and-part thresholds
+/// A histogram is an array of 256 counts. Binary results are 255 where the sample is above the
+/// level, 0 elsewhere; `dst` has width*height bytes and may be `src`.
+/// @{
+
+/// Iterates a level until it is halfway between the mean of the samples above it and the mean of
+/// those below it (after T. W. Ridler and S. Calvard, "Picture thresholding using an iterative
+/// selection method", 1978; the level itself belongs to neither class).
+/// @param initial  the first level
+/// @param out      receives the level; untouched when a class is empty
+/// @param maxLevel highest level that counts, and the greatest number of rounds
+/// @return 1 at a fixed point; 0 when a class is empty or the rounds are used up. With `maxLevel`
+///         below 1 `out` receives `initial`, and the result is 0
+KEL_API int KelGetThreshold(int* hist, int lowest, int width, int height, unsigned char initial,
+                            unsigned char* out, int maxLevel);
+
+/// One round of KelGetThreshold() on the level in `thres`. `lowest`, `width` and `height` are not
+/// read, here and there.
+/// @return the absolute change of the level; -1 when the level is 0 or nothing lies below it; -2
+///         when it has reached `maxLevel` or nothing lies above it (`thres` is then untouched)
+KEL_API int KelCalThreshold(int* hist, int lowest, int width, int height, unsigned char* thres,
+                            int maxLevel);
+
+/// Binarizes a plane at the level of KelGetThreshold(), which starts halfway between the ends of
+/// the histogram.
+/// @param thres    receives the level used; the start or last level on failure
+/// @param offset   added to a level above `minThres`; the sum is clamped to 0..255
+/// @param minThres a level not above it is replaced by twice this number, as a byte
+/// @return 0, or -1 for an empty image or when no level was found (`dst` is then untouched)
+KEL_API int KelBinarize_qifa(unsigned char* src, kelSize size, unsigned char* dst,
+                             unsigned char* thres, int offset, int minThres);
+
+/// KelBinarize_qifa() with KelBinarizeThreshold_WholeAndPart() as its comparison.
+KEL_API int KelBinarize_qifa_WholeAndPart(unsigned char* src, kelSize size, unsigned char* dst,
+                                          unsigned char& thres, int offset, int minThres,
+                                          double lowRatio, double highRatio);
+
+/// Compares each sample with one of two multiples of a level: `thres * lowRatio` where the sample
+/// is not above the Gaussian mean of the 19 by 19 pixels round it, `thres * highRatio` elsewhere,
+/// each truncated and clamped to 0..255. An image with a side below 3 is compared with `thres`.
+/// @return 0, always
+KEL_API int KelBinarizeThreshold_WholeAndPart(unsigned char* src, unsigned char* dst, kelSize size,
+                                              unsigned char thres, double lowRatio,
+                                              double highRatio);
+
+/// Marks the pixels of a frame round the page that are darker than `thres` with 255, then lengthens
+/// each row's marks at the left and the right edge by one pixel. Nothing is ever cleared.
+///
+/// The frame is rows 0 to marginY-1, rows height-marginY-1 to height-2, the first `marginX` columns
+/// and the last `marginX`+1 ones; the whole page when a margin takes half of it or more. In a row
+/// without marks at its right edge the last pixel is marked, except in row 0.
+/// @param channels 1; any other value reads three planes, whose grey is (3098 R + 4186 G + 2496 B)
+///                 / 10000
+/// @param dst      one plane; must not overlap `src`
+/// @return 0, always; nothing is done when a margin is below 1
+KEL_API int KelBinarizePartArea(unsigned char* src, unsigned char* dst, int width, int height,
+                                int channels, int marginX, int marginY, int thres);
+
+/// @}
+/// @name Histograms and levels
+/// `hist` and `map` are arrays of 256 numbers; rates are shares of the samples, 0 to 1.
+/// @{
+
+/// Counts the samples of each level.
+/// @return 0, always
+KEL_API int KelCalHist(unsigned char* plane, kelSize size, int* hist);
+
+/// Finds the range of levels that is left when a share of the darkest and of the brightest samples
+/// is cut off, and stretches it over 1 to 255.
+/// @param total     number of samples in `hist`
+/// @param map       receives the stretched levels at those of the range; others are not touched
+/// @param lowLevel  the level just below the range, at least 0
+/// @param highLevel the level just above it, at most 255
+/// @return 0; -1, with nothing written, when an end is not found, the range has less than five
+///         levels or `total` is below 1
+KEL_API int KelHistSegProportion(int* hist, int total, double lowRate, double highRate, int* map,
+                                 int* lowLevel, int* highLevel);
+
+/// Stretches a plane's own range of levels (KelHistSegProportion()): what is at or beyond its ends
+/// becomes 0 and 255. A plane without such a range is copied.
+/// @param dst may be `src`
+/// @return 0, always
+KEL_API int KelColorLeversAdjust1D(unsigned char* src, unsigned char* dst, kelSize size,
+                                   double lowRate, double highRate);
+
+/// KelColorLeversAdjust1D() on a channel image.
+/// @param dst      may be `src`
+/// @param channels 1: `channel` is not read. Any other value: three planes
+/// @param channel  'R', 'G' or 'B' adjusts that plane and copies the others; any other character
+///                 adjusts each plane by itself
+/// @return 0, always
+KEL_API int KelAutoColorLeversAdjust(unsigned char* src, unsigned char* dst, kelSize size,
+                                     int channels, char channel, double lowRate, double highRate);
+
+/// The same with the size as two numbers.
+KEL_API int KelAutoColorLeversAdjust1(unsigned char* src, unsigned char* dst, int width, int height,
+                                      int channels, char channel, double lowRate, double highRate);
+
+/// Equalises a plane's histogram, shows both planes in the windows "source" and "result" and waits
+/// for a key. `dst` is complete before the windows show; it may be `src`. Without a display nothing
+/// is shown, and a line on standard error says so. Not for several threads at once.
+KEL_API void KelHistAver(unsigned char* src, unsigned char* dst, kelSize size);
+
+/// @}
 
 /// @name Hue, saturation, value
 /// Units of kelHSV: hue in degrees, 0 up to 360; saturation 0 to 1; value 0 to 255. Hue *affinity*

@@ -72,6 +72,16 @@ struct RowKernels {
     void (*halve)(const uint8_t* above, const uint8_t* below, uint8_t* means, size_t count);
 
     ColourKernels colour;
+    /// `table[sample]` for each sample, from 256 entries. `out` may be `in`.
+    void (*lookUp)(const uint8_t* in, const uint8_t* table, uint8_t* out, size_t count);
+
+    /// Adds the number of samples of each level to `counts`, which has 256 entries.
+    void (*countSamples)(const uint8_t* samples, uint32_t* counts, size_t count);
+
+    /// 255 where a sample exceeds its level, 0 elsewhere. The level is `whenMasked` where the mask
+    /// is not 0, `otherwise` elsewhere. `out` may be `in` or `mask`.
+    void (*thresholdByMask)(const uint8_t* in, const uint8_t* mask, uint8_t* out, size_t count,
+                            uint8_t otherwise, uint8_t whenMasked);
 };
 
 /// The kernels of the best level that the processor has and that is not above `atMost` or the

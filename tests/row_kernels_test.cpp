@@ -97,6 +97,28 @@ TEST_P(Levels, BitsSumsAndHalves) {
     }
 }
 
+TEST_P(Levels, TablesAndCounts) {
+    for (unsigned n = 0; n <= 600; n += n < 70 || n > 250 ? 1 : 7) {
+        const Bytes in = test::randomBytes(n + 5, n), table = test::randomBytes(256, n + 1);
+        const unsigned char* const p = &in[n % 5];
+        Guarded out(n), same(Bytes(p, p + n)), binary(n);
+        const Bytes mask = test::randomBytes(n + 1, n, 0, 2);
+        uint32_t counts[256] = {}, expected[256] = {};
+        kernels.lookUp(p, table.data(), out.data(), n);
+        kernels.lookUp(same.data(), table.data(), same.data(), n);
+        for (int twice = 0; twice < 2; ++twice)
+            kernels.countSamples(p, counts, n);
+        kernels.thresholdByMask(p, mask.data(), binary.data(), n, 130, 90);
+        for (unsigned i = 0; i < n; ++i) {
+            ASSERT_EQ(binary.data()[i], p[i] > (mask[i] != 0 ? 90 : 130) ? 255 : 0) << n;
+            ASSERT_EQ(out.data()[i], table[p[i]]) << n << " at " << i;
+            expected[p[i]] += 2;
+        }
+        ASSERT_EQ(same.bytes(), out.bytes()) << n << binary.bytes().size();
+        ASSERT_TRUE(std::equal(counts, counts + 256, expected)) << n;
+    }
+}
+
 /// Calls check(r, g, b) with planes of 65536 samples, which together hold every triple.
 template <class Check>
 void forEveryTriple(Check check) {
