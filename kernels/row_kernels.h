@@ -71,7 +71,6 @@ struct RowKernels {
     /// Means of 2 by 2 samples, halves up: `count` of them from two rows. No overlap.
     void (*halve)(const uint8_t* above, const uint8_t* below, uint8_t* means, size_t count);
 
-    ColourKernels colour;
     /// `table[sample]` for each sample, from 256 entries. `out` may be `in`.
     void (*lookUp)(const uint8_t* in, const uint8_t* table, uint8_t* out, size_t count);
 
@@ -82,6 +81,8 @@ struct RowKernels {
     /// is not 0, `otherwise` elsewhere. `out` may be `in` or `mask`.
     void (*thresholdByMask)(const uint8_t* in, const uint8_t* mask, uint8_t* out, size_t count,
                             uint8_t otherwise, uint8_t whenMasked);
+
+    ColourKernels colour;
 };
 
 /// The kernels of the best level that the processor has and that is not above `atMost` or the
