@@ -61,7 +61,7 @@ void unite(unsigned char* mask, const unsigned char* other, size_t count) {
 void fallBack(const SealPage& page, WorkPlane& lastMap, int binThres) {
     if (page.range.passes() == 2) page.map(0, lastMap);
     const int low = binThres > 245 ? 255 : std::max(binThres, -10) + 10;
-    const int high = std::clamp(wrapSub(245, binThres), 0, 255);
+    const auto high = static_cast<int>(std::clamp<int64_t>(int64_t{245} - binThres, 0, 255));
     KelBinarizeImage(lastMap.data(), 1, page.dst, page.size, 0, KEL_BIN_METHOD_AUTO_CLAMPED, 0, low,
                      high);
 }
