@@ -66,8 +66,11 @@ void addSealRows(const ColourPage& page) {
             },
             kToHsv, page.toHsv, 6.0);
     };
-    seal("red", {0.1, 330, 30, 1, 0, 19, 19, 80120, 25, 40, 100, 180, 15, 90});
-    seal("blue", {0.1, 200, 260, 0, 0, 19, 19, 80120, 25, 40, 100, 180, 15, 90});
+    // Two passes, and three; then three on a page where nothing has the hue, and every row needs
+    // its local threshold.
+    seal("red", {0.1, 330, 20, 1, 0, 9, 15, 80120, 20, 30, 100, 180, 20, 90});
+    seal("red, three passes", {0.1, 330, 380, 0, 0, 9, 15, 80120, 20, 30, 100, 180, 20, 90});
+    seal("blue, there is none", {0.1, 200, 260, 0, 0, 9, 15, 80120, 20, 30, 100, 180, 15, 90});
     const auto src = page.src;
     const kelSize size = page.size;
     page.add(
@@ -150,15 +153,17 @@ void addDriverRows(const ColourPage& page, int block) {
             KelBinarizeImage0_BLACK(src->data(), size, 3, out.data(), &params);
         },
         peer, local(grey, 1), 1.3);
-    kelHSVSegConfig config{0.1, 330, 30, 1, 0, 9, block, 0, 25, 40, 100, 180, 15, 90};
+    kelHSVSegConfig config{0.1, 330, 20, 1, 0, 9, block, 0, 25, 40, 100, 180, 15, 90};
     page.add(
         "KelBinarizeImageHSVPart" + name,
         [=](Bytes& out) mutable {
             KelBinarizeImageHSVPart(src->data(), size, out.data(), &config, &params);
         },
-        "its two local thresholds",
+        "its segmentation and local threshold",
         [=, once = local(grey, 1)] {
-            once();
+            unsigned char level = 0;
+            KelSegementImage_hsv(src->data(), size, part->data(), 0.1, 330, 20, true, 0, &level, 9,
+                                 block, 0, 3, 3, 10);
             once();
         },
         1.3);

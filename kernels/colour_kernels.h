@@ -47,6 +47,11 @@ struct ColourKernels {
     void (*hueAffinity)(const uint8_t* r, const uint8_t* g, const uint8_t* b, uint8_t* out,
                         size_t count, const HueAffinity& rule);
 
+    /// 255 where the channels differ by at least `least` 256ths of the largest, 0 elsewhere.
+    /// `least` is at most 257.
+    void (*saturatedMask)(const uint8_t* r, const uint8_t* g, const uint8_t* b, uint8_t* mask,
+                          size_t count, uint16_t least);
+
     /// 255 for the pixels of `limits`, 0 elsewhere.
     void (*neutralMask)(const uint8_t* r, const uint8_t* g, const uint8_t* b, uint8_t* mask,
                         size_t count, const NeutralLimits& limits);

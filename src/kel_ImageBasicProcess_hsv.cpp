@@ -3,9 +3,9 @@
 #include "kel_ImageBasicProcess_hsv.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 
 #include "kel_ImageBasicProcess.h"
 #include "kernels/row_kernels.h"
@@ -57,38 +57,6 @@ int degreesBetween(double from, double to) {
     const int d = truncated(to - from);
     return d < 0 ? d + 360 : d;
 }
-
-/// The saturations of the triangle's window for each largest channel, as chromas. A division
-/// rounded is monotone in the chroma, so they are a range.
-class ChromaWindow {
-  public:
-    ChromaWindow(double satMin, double satMax) {
-        for (int most = 1; most < 256; ++most) {
-            const auto firstWhere = [most](auto holds) {
-                int low = 0, high = most + 1;
-                while (low < high) {
-                    const int middle = (low + high) / 2;
-                    (holds(static_cast<double>(middle) / most) ? high : low) =
-                        holds(static_cast<double>(middle) / most) ? middle : middle + 1;
-                }
-                return static_cast<uint16_t>(low);
-            };
-            auto& range = ranges_[static_cast<size_t>(most)];
-            range.first = firstWhere([=](double s) { return s >= satMin; });
-            range.end = firstWhere([=](double s) { return s > satMax; });
-        }
-    }
-    bool holds(const Extremes& e) const {
-        const auto& range = ranges_[static_cast<size_t>(e.most)];
-        return e.chroma >= range.first && e.chroma < range.end;
-    }
-
-  private:
-    struct Range {
-        uint16_t first, end;
-    };
-    std::array<Range, 256> ranges_{};
-};
 
 uint8_t exactAffinity(const HueAffinity& rule, uint8_t r, uint8_t g, uint8_t b) {
     return static_cast<uint8_t>(KelCvtRgb2HsvPoint2(r, g, b, rule.ratio, rule.hue));
@@ -165,13 +133,19 @@ void KelRgb2Grey_Hsv1(unsigned char* rgbPlanes, kelSize size, unsigned char* gre
                       double satMin, double satMax) {
     if (isEmpty(size)) return;
     const ptrdiff_t step = planeStep(size);
-    const ChromaWindow window(satMin, satMax);
-    for (ptrdiff_t i = 0; i < step; ++i) {
-        kelRGB p{rgbPlanes[i], rgbPlanes[step + i], rgbPlanes[2 * step + i]};
-        const Extremes e = extremesOf(p.r, p.g, p.b);
-        const bool counts = e.chroma > 0 && window.holds(e);
-        grey[i] =
-            static_cast<unsigned char>(counts ? KelCvtRgb2HsvPoint2(&p, hue, satMin, satMax) : 0);
+    const auto count = static_cast<size_t>(step);
+    // Most pixels of a page miss the window's lower end. The others are marked, with some to spare.
+    const double least = std::floor(satMin * 256) - 1;
+    rowKernels().colour.saturatedMask(
+        rgbPlanes, rgbPlanes + step, rgbPlanes + 2 * step, grey, count,
+        least <= 257 ? static_cast<uint16_t>(std::max(least, 1.0)) : uint16_t{257});
+    for (size_t i = 0; i < count; ++i) {
+        uint64_t eight = 1;
+        if (i % 8 == 0 && count - i >= sizeof eight) std::memcpy(&eight, grey + i, sizeof eight);
+        if (eight == 0) i += 7;
+        if (eight == 0 || grey[i] == 0) continue;
+        kelRGB p{rgbPlanes[i], rgbPlanes[count + i], rgbPlanes[2 * count + i]};
+        grey[i] = static_cast<unsigned char>(KelCvtRgb2HsvPoint2(&p, hue, satMin, satMax));
     }
 }
 

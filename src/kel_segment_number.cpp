@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstring>
 #include <optional>
+#include <vector>
 
 #include "kel_segment.h"
 #include "kernels/row_kernels.h"
@@ -31,32 +32,40 @@ struct Planes {
     unsigned char* plane[3];
 };
 
-/// The 3 by 3 means of one plane of `image`, in rows 1 to height-2 and columns 1 to width-1. A
-/// window at the right edge takes its last column from where the samples go on, the starts of the
-/// next rows. Behind the last plane, the last sample stands once more.
-void meansOf(unsigned char* image, kelSize size, int index, unsigned char* means) {
-    const PlaneView from = planeOf(image, size, index);
-    const PlaneView to{means, size.width, size.height, size.width};
-    if (size.width < 2) return;
-    const auto width = static_cast<size_t>(size.width);
-    WorkPlane lastRow(width + 1);
-    for (int y = 1; y < size.height - 1; ++y) {
+/// The 3 by 3 means of image planes, row by row, for columns from 1 on. A window at the right edge
+/// takes its last column from where the samples go on, the starts of the next rows. Behind the last
+/// plane, the last sample stands once more.
+class WindowMeans {
+  public:
+    WindowMeans(unsigned char* image, kelSize size)
+        : image_(image), size_(size), lastRow_(static_cast<size_t>(size.width) + 1) {}
+
+    /// Writes columns 1 to width-1 of a row that isn't the first or the last.
+    void row(int plane, int y, unsigned char* means) {
+        const ConstPlaneView from = constPlaneOf(image_, size_, plane);
+        const auto width = static_cast<size_t>(size_.width);
         const unsigned char* below = from.row(y + 1);
-        if (index == 2 && y == size.height - 2) {
-            std::memcpy(lastRow.data(), below, width);
-            lastRow[width] = lastRow[width - 1];
-            below = lastRow.data();
+        if (plane == 2 && y == size_.height - 2) {
+            std::memcpy(lastRow_.data(), below, width);
+            lastRow_[width] = lastRow_[width - 1];
+            below = lastRow_.data();
         }
-        rowKernels().colour.windowMeans(from.row(y - 1), from.row(y), below, to.row(y) + 1,
-                                        width - 1);
+        rowKernels().colour.windowMeans(from.row(y - 1), from.row(y), below, means + 1, width - 1);
     }
-}
+
+  private:
+    unsigned char* image_;
+    kelSize size_;
+    WorkPlane lastRow_;
+};
 
 /// Copies an image with green and blue averaged inside.
 void copySmoothed(unsigned char* src, kelSize size, WorkBuffer<unsigned char>& work) {
     std::memcpy(work.data(), src, work.size());
+    WindowMeans means(src, size);
     for (int c : {1, 2})
-        meansOf(src, size, c, planeOf(work.data(), size, c).data);
+        for (int y = 1; y < size.height - 1; ++y)
+            means.row(c, y, planeOf(work.data(), size, c).row(y));
 }
 
 /// The number k for which n / parts > limit is n > k. Nothing where n / parts is no whole number
@@ -72,20 +81,35 @@ std::optional<int16_t> wholeLimit(double limit, int parts) {
     return static_cast<int16_t>(nearest / parts > limit ? nearest - 1 : nearest);
 }
 
-/// The defining rule, in double.
-void lightenExactly(const Planes& image, const Planes& means, size_t count, const double limits[3],
-                    double limitMean) {
-    for (size_t i = 0; i < count; ++i) {
-        const int rgb[3] = {means.plane[0][i], means.plane[1][i], means.plane[2][i]};
-        const double m = (rgb[0] + rgb[1] + rgb[2]) / 3.0;
-        const double d[3] = {std::abs(rgb[0] - m), std::abs(rgb[1] - m), std::abs(rgb[2] - m)};
-        if (!(d[0] > limits[0] || d[1] > limits[1] || d[2] > limits[2] ||
-              (d[0] + d[1] + d[2]) / 3.0 > limitMean))
-            continue;
-        for (auto* const plane : image.plane)
-            plane[i] = static_cast<unsigned char>(static_cast<int>(m / 255 * 50 + 200));
+/// The limits of the coloured test, as they are and for whole numbers where those do.
+class ColouredTest {
+  public:
+    ColouredTest(double r, double g, double b, double mean) : exact_{r, g, b, mean} {
+        const auto wholeR = wholeLimit(r, 3), wholeG = wholeLimit(g, 3), wholeB = wholeLimit(b, 3);
+        const auto wholeMean = wholeLimit(mean, 9);
+        if (wholeR && wholeG && wholeB && wholeMean)
+            whole_ = ChromaLimits{{*wholeR, *wholeG, *wholeB}, *wholeMean};
     }
-}
+
+    /// Lightens the pixels of a run whose means are coloured.
+    void lighten(uint8_t* const planes[3], const uint8_t* const means[3], size_t count) const {
+        if (whole_) return rowKernels().colour.lightenColoured(planes, means, count, *whole_);
+        for (size_t i = 0; i < count; ++i) {
+            const double m = (means[0][i] + means[1][i] + means[2][i]) / 3.0;
+            const double d[3] = {std::abs(means[0][i] - m), std::abs(means[1][i] - m),
+                                 std::abs(means[2][i] - m)};
+            if (!(d[0] > exact_[0] || d[1] > exact_[1] || d[2] > exact_[2] ||
+                  (d[0] + d[1] + d[2]) / 3.0 > exact_[3]))
+                continue;
+            for (int c = 0; c < 3; ++c)
+                planes[c][i] = static_cast<unsigned char>(static_cast<int>(m / 255 * 50 + 200));
+        }
+    }
+
+  private:
+    double exact_[4];
+    std::optional<ChromaLimits> whole_;
+};
 
 }  // namespace
 
@@ -120,20 +144,30 @@ int KelSegNumImageHSV(unsigned char* src, kelSize size, unsigned char* dst, int 
 int KelSegBlackInfoByColor(unsigned char* image, kelSize size, int channels, double limitR,
                            double limitG, double limitB, double limitMean) {
     if (channels == 1 || isEmpty(size)) return 0;
-    const auto bytes = static_cast<size_t>(planeStep(size));
-    WorkBuffer<unsigned char> work(3 * bytes);
-    std::memset(work.data(), 0, work.size());
-    const Planes planes(image, size), means(work.data(), size);
-    for (int c = 0; c < 3; ++c)
-        meansOf(image, size, c, means.plane[c]);
-    const auto r = wholeLimit(limitR, 3), g = wholeLimit(limitG, 3), b = wholeLimit(limitB, 3);
-    const auto mean = wholeLimit(limitMean, 9);
-    if (r && g && b && mean) {
-        rowKernels().colour.lightenColoured(planes.plane, means.plane, bytes,
-                                            {{*r, *g, *b}, *mean});
-    } else {
-        const double limits[3] = {limitR, limitG, limitB};
-        lightenExactly(planes, means, bytes, limits, limitMean);
+    const ColouredTest test(limitR, limitG, limitB, limitMean);
+    const auto width = static_cast<size_t>(size.width);
+    WindowMeans means(image, size);
+    // Two rows of means in three planes each. A row is changed when the row below has its means,
+    // and the rows at the edges, whose means are 0, at the end.
+    std::vector<unsigned char> rows(6 * width);
+    const auto meansAt = [&](int y, int c) { return rows.data() + (y % 2 * 3 + c) * size.width; };
+    const auto change = [&](int y) {
+        uint8_t* planes[3];
+        const uint8_t* from[3];
+        for (int c = 0; c < 3; ++c) {
+            planes[c] = planeOf(image, size, c).row(y);
+            from[c] = meansAt(y, c);
+        }
+        test.lighten(planes, from, width);
+    };
+    for (int y = 1; y < size.height - 1; ++y) {
+        for (int c = 0; c < 3; ++c)
+            means.row(c, y, meansAt(y, c));
+        if (y > 1) change(y - 1);
     }
+    if (size.height > 2) change(size.height - 2);
+    std::fill(rows.begin(), rows.end(), uint8_t{0});
+    change(0);
+    if (size.height > 1) change(size.height - 1);
     return 0;
 }

@@ -123,12 +123,28 @@ unsigned char levelOf(unsigned char* grey, kelSize size, int countedBelow,
     return addToByte(level, p.thres_err);
 }
 
+/// The part plane: the target itself, unless that would change a source of `bytes` bytes.
+class PartPlane {
+  public:
+    PartPlane(unsigned char* dst, kelSize size, const unsigned char* src, size_t bytes)
+        : plane_(dst) {
+        const auto plane = static_cast<size_t>(planeStep(size));
+        if (overlaps(src, bytes, dst, plane)) plane_ = own_.emplace(plane).data();
+    }
+    unsigned char* data() const { return plane_; }
+
+  private:
+    unsigned char* plane_;
+    std::optional<WorkPlane> own_;
+};
+
 /// Judges with a part binarization of the grey plane itself.
 void judgeGrey(unsigned char* grey, kelSize size, unsigned char* dst,
                const kelBinrizeWholeAndPartParams& p, const Band& band) {
-    WorkPlane part(static_cast<size_t>(planeStep(size)));
+    const auto bytes = static_cast<size_t>(planeStep(size));
+    const PartPlane part(dst, size, grey, bytes);
     binarizePart(grey, 1, size, part.data(), p);
-    judge(grey, part.data(), dst, part.size(), band);
+    judge(grey, part.data(), dst, bytes, band);
 }
 
 }  // namespace
@@ -147,7 +163,7 @@ int KelBinarizeImageWhole1(unsigned char* src, kelSize size, int channels, unsig
         const int64_t least = std::clamp<int64_t>(2 * int64_t{p.err_red_thres} + 1, -600, 600);
         rowKernels().colour.whitenRed(from, to, bytes, static_cast<int16_t>(least));
     }
-    WorkPlane part(bytes);
+    const PartPlane part(dst, size, src, bytes * (channels == 3 ? 3 : 1));
     if (channels != 1 && channels != 3) std::memset(part.data(), 0, bytes);  // nothing is written
     binarizePart(work, channels, size, part.data(), p);
     const GreyOfPage grey(work, channels, size);
