@@ -58,19 +58,19 @@ constexpr const char* kToHsv = "OpenCV cvtColor to HSV";
 constexpr const char* kToMemory = "memcpy of the planes";
 
 void addSealRows(const ColourPage& page) {
-    const auto seal = [&](const std::string& colour, kelHSVSegConfig config) {
+    const auto seal = [&](double bar, const std::string& colour, kelHSVSegConfig config) {
         page.add(
             "KelSegementImage_hsv_param, " + colour,
             [=, src = page.src, size = page.size](Bytes& out) mutable {
                 KelSegementImage_hsv_param(src->data(), size, out.data(), &config);
             },
-            kToHsv, page.toHsv, 6.0);
+            kToHsv, page.toHsv, bar);
     };
     // Two passes, and three; then three on a page where nothing has the hue, and every row needs
     // its local threshold.
-    seal("red", {0.1, 330, 20, 1, 0, 9, 15, 80120, 20, 30, 100, 180, 20, 90});
-    seal("red, three passes", {0.1, 330, 380, 0, 0, 9, 15, 80120, 20, 30, 100, 180, 20, 90});
-    seal("blue, there is none", {0.1, 200, 260, 0, 0, 9, 15, 80120, 20, 30, 100, 180, 15, 90});
+    seal(6.0, "red", {0.1, 330, 20, 1, 0, 9, 15, 80120, 20, 30, 100, 180, 20, 90});
+    seal(6.0, "red, three passes", {0.1, 330, 380, 0, 0, 9, 15, 80120, 20, 30, 100, 180, 20, 90});
+    seal(8.0, "blue, there is none", {0.1, 200, 260, 0, 0, 9, 15, 80120, 20, 30, 100, 180, 15, 90});
     const auto src = page.src;
     const kelSize size = page.size;
     page.add(
@@ -112,7 +112,7 @@ void addPrintRows(const ColourPage& page) {
     page.add(
         "KelSegImageReserveColor",
         [=](Bytes& out) { KelSegImageReserveColor(src->data(), size, out.data(), 1.0); }, kToHsv,
-        page.toHsv, 1.5);
+        page.toHsv, 2.0);
     page.add(
         "KelBinarizeColor",
         [=](Bytes& out) {
@@ -122,49 +122,49 @@ void addPrintRows(const ColourPage& page) {
         kToHsv, page.toHsv, 4.0);
 }
 
-/// The drivers beside their local threshold alone, on the plane or planes that they give it.
+/// The drivers beside the local threshold that they contain.
 void addDriverRows(const ColourPage& page, int block) {
     const auto src = page.src;
     const kelSize size = page.size;
     kelBinrizeWholeAndPartParams params{20, 250, 20, 20, 0, 1, 0.1, 5, 1, 5, block, 5, 0};
     auto grey = std::make_shared<Bytes>(src->size() / 3), part = std::make_shared<Bytes>(*grey);
     KelColorConvert(src->data(), size, 3, grey->data(), size, 1);
-    const auto local = [=](const Shared& image, int channels) -> Call {
-        return [=] {
-            KelBinarizeImage(image->data(), channels, part->data(), size, 1, 5, 0, block, 5);
-        };
+    const Call local = [=] {
+        cv::Mat target = kel::detail::planeMat(part->data(), size);
+        cv::adaptiveThreshold(kel::detail::planeMat(grey->data(), size), target, 255,
+                              cv::ADAPTIVE_THRESH_GAUSSIAN_C, cv::THRESH_BINARY, block, 5);
     };
-    const std::string name = ", block " + std::to_string(block), peer = "its local threshold";
+    const std::string name = ", block " + std::to_string(block), peer = "OpenCV adaptiveThreshold";
     page.add(
         "KelBinarizeImageWhole1" + name,
         [=](Bytes& out) mutable {
             KelBinarizeImageWhole1(src->data(), size, 3, out.data(), &params, 0);
         },
-        peer, local(src, 3), 1.3);
+        peer, local, 1.3);
     page.add(
         "KelBinarizeImage0" + name,
         [=](Bytes& out) mutable {
             KelBinarizeImage0(src->data(), size, 3, out.data(), &params, 0, 255);
         },
-        peer, local(grey, 1), 1.3);
+        peer, local, 1.3);
     page.add(
         "KelBinarizeImage0_BLACK" + name,
         [=](Bytes& out) mutable {
             KelBinarizeImage0_BLACK(src->data(), size, 3, out.data(), &params);
         },
-        peer, local(grey, 1), 1.3);
+        peer, local, 1.3);
     kelHSVSegConfig config{0.1, 330, 20, 1, 0, 9, block, 0, 25, 40, 100, 180, 15, 90};
     page.add(
         "KelBinarizeImageHSVPart" + name,
         [=](Bytes& out) mutable {
             KelBinarizeImageHSVPart(src->data(), size, out.data(), &config, &params);
         },
-        "its segmentation and local threshold",
-        [=, once = local(grey, 1)] {
+        "its segmentation + adaptiveThreshold",
+        [=] {
             unsigned char level = 0;
             KelSegementImage_hsv(src->data(), size, part->data(), 0.1, 330, 20, true, 0, &level, 9,
                                  block, 0, 3, 3, 10);
-            once();
+            local();
         },
         1.3);
 }
