@@ -149,8 +149,10 @@ int runAll(int argc, char** argv) {
     addBridgeRows();
     addImBridgeRows();
     addImFileRows();
+    addFileRows();
     addBinarizeRows();
     addImProcessRows();
+    addLevelRows();
     addColourRows();
     if (!checkRows()) return 1;
     for (size_t i = 0; i < rows().size(); ++i)
@@ -165,6 +167,7 @@ int runAll(int argc, char** argv) {
     benchmark::RunSpecifiedBenchmarks(&reporter);
     printTable(reporter);
     printMemoryTable();
+    printLoadMemoryTable();
     return 0;
 }
 

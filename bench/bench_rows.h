@@ -32,11 +32,14 @@ void addCopyRows();
 void addBridgeRows();
 void addImBridgeRows();
 void addImFileRows();
+void addFileRows();
 void addBinarizeRows();
 void addImProcessRows();
+void addLevelRows();
 void addColourRows();
 
 /// Prints how much memory the operations take.
 void printMemoryTable();
+void printLoadMemoryTable();
 
 }  // namespace bench

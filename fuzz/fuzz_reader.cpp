@@ -40,6 +40,40 @@ void readPage(im::Reader& reader, int index) {
     reader.compression();
 }
 
+/// A file in memory that looks like one on a disk.
+class NotInMemory : public im::BinaryFile {
+  public:
+    explicit NotInMemory(im::BinaryFile& file) : file_(file) {}
+    size_t read(void* to, size_t count) noexcept override {
+        file_.seek(position_);
+        const size_t got = file_.read(to, count);
+        position_ += got;
+        return got;
+    }
+    bool write(const void*, size_t) noexcept override { return false; }
+    uint64_t size() const noexcept override { return file_.size(); }
+
+  private:
+    im::BinaryFile& file_;
+};
+
+void readPages(const im::Format& format, im::BinaryFile& file, bool backward) {
+    file.seek(0);
+    try {
+        const auto reader = format.open(file);
+        const int pages = std::min(reader->pageCount(), kMostPages);
+        for (int i = 0; i < pages; ++i) {
+            try {
+                readPage(*reader, backward ? pages - 1 - i : i);
+            } catch (const im::Error&) {
+            } catch (const std::bad_alloc&) {
+            }
+        }
+    } catch (const im::Error&) {
+    } catch (const std::bad_alloc&) {
+    }
+}
+
 }  // namespace
 
 void readWith(const char* format, const uint8_t* data, size_t size) {
@@ -51,20 +85,9 @@ void readWith(const char* format, const uint8_t* data, size_t size) {
     const im::Format* const found = im::findFormat(format);
     if (found == nullptr) std::abort();
     found->probe({data, std::min(size, im::kHeadBytes)}, *file);
-    file->seek(0);
-    try {
-        const auto reader = found->open(*file);
-        const int pages = std::min(reader->pageCount(), kMostPages);
-        for (int i = 0; i < pages; ++i) {
-            try {
-                readPage(*reader, i);
-            } catch (const im::Error&) {
-            } catch (const std::bad_alloc&) {
-            }
-        }
-    } catch (const im::Error&) {
-    } catch (const std::bad_alloc&) {
-    }
+    readPages(*found, *file, false);
+    NotInMemory onDisk(*file);
+    readPages(*found, onDisk, true);
 }
 
 }  // namespace fuzz

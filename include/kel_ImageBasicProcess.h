@@ -218,6 +218,39 @@ KEL_API int KelBinarizePartArea(unsigned char* src, unsigned char* dst, int widt
                                 int channels, int marginX, int marginY, int thres);
 
 /// @}
+/// @name Otsu's level, alone and with a local mean
+/// The level is that of imProcessOtsuThreshold(). Of three planes, plane 0 alone is read.
+/// @{
+
+/// Binarizes at Otsu's level plus `thresOffset`, polarity as in KelBinarizeThreshold().
+/// @param dst one plane; may be `src`
+/// @return 0, always; `dst` is untouched when `channels` is neither 1 nor 3
+KEL_API int KelBinarizeImageOstuTraditional(unsigned char* src, int channels, unsigned char* dst,
+                                            kelSize size, unsigned char isOpp, int thresOffset);
+
+/// Otsu's level alone.
+/// @return the level; 0 for an empty image and when `channels` is neither 1 nor 3
+KEL_API int KelBinarizeImageOstuTraditionalGetThres(unsigned char* src, kelSize size, int channels);
+
+/// KelAutoThresholdwithOstuAndMeanC1() with the ratio 0.9.
+KEL_API int KelAutoThresholdwithOstuAndMeanC(unsigned char* src, unsigned char* dst, kelSize size,
+                                             int block_size, int param1);
+
+/// Marks dark pixels with 255, all others with 0, from Otsu's level and a local mean.
+///
+/// A pixel is marked when it lies below `ratio` times Otsu's level (truncated), or when it is
+/// neither above the level nor above the mean of the window round it less `param1`. Pixels that
+/// only the local mean finds dark are marked as well where a chain of such pixels, each a neighbour
+/// (of eight) of the next and none at the border of the image, leads to a marked one.
+/// @param src        one grey plane
+/// @param dst        one plane; may be `src`
+/// @param block_size odd window side, at least 3
+/// @return 0, always
+/// @throws cv::Exception for a block size that OpenCV refuses
+KEL_API int KelAutoThresholdwithOstuAndMeanC1(unsigned char* src, unsigned char* dst, kelSize size,
+                                              int block_size, int param1, double ratio);
+
+/// @}
 /// @name Histograms and levels
 /// `hist` and `map` are arrays of 256 numbers; rates are shares of the samples, 0 to 1.
 /// @{

@@ -17,7 +17,7 @@
 /// | 4 | page range of more than 10 pages | untouched |
 /// | 5 | a page can't be decoded | single: untouched; several: null and 0 |
 /// | 6 | CMYK with samples wider than a byte | the same |
-/// | 7 | neither 1 nor 3 planes, or samples without a size | the same |
+/// | 7 | neither 1 nor 3 planes, samples without a size, or no memory | the same |
 ///
 /// Pages come as grey or binary (1 channel) or RGB (3); palettes and CMYK are converted to RGB.
 #ifndef KEL_IMAGEFILEOPER_H
@@ -52,8 +52,7 @@ KEL_API int Kel_LoadImageFile2BufferRParam(const char* fileName, unsigned char**
 /// Loads several pages of a file, within 4096 by 4096 each.
 /// @param arr     an array of records for Kel_ReleaseImageArr()
 /// @param imageNo in: first * 10000 + last, counted from 1 (a single page 5 is 50005), or 0 for
-/// all,
-///                of which the first 10 come; out: the number of records
+///                all, of which the first 10 come; out: the number of records
 KEL_API int Kel_LoadImageFiles2Buffer_Mult(const char* fileName, tagImage** arr, int* imageNo);
 
 /// The three loaders from a block of memory that holds a whole file. The block is copied.

@@ -6,7 +6,8 @@
 /// way across, so that buffers are top-down channel images as everywhere else. A BINARY record
 /// holds 0 and 1, a binary channel image 0 and 255. Records come from imImageCreate and go back
 /// through imImageDestroy; the caller makes them with the size and type of the buffer, which is not
-/// tested. The functions print nothing and may run at once on different images.
+/// tested. Calls may run at once on different images; those
+/// of the bridge print nothing.
 #ifndef KEL_IM_H
 #define KEL_IM_H
 

@@ -75,11 +75,6 @@ struct ColourKernels {
     void (*lightenColoured)(uint8_t* const planes[3], const uint8_t* const means[3], size_t count,
                             const ChromaLimits& limits);
 
-    /// Luminance plus `rate` times the largest deviation from the channels' mean, in double,
-    /// truncated and clamped.
-    void (*liftedLuminance)(const uint8_t* r, const uint8_t* g, const uint8_t* b, uint8_t* out,
-                            size_t count, double rate);
-
     /// 255 or 0 by `limits` for a grey level; `out` may be `part`.
     void (*judgeByPart)(const uint8_t* grey, const uint8_t* part, uint8_t* out, size_t count,
                         const PartLimits& limits);

@@ -82,6 +82,26 @@ struct RowKernels {
     void (*thresholdByMask)(const uint8_t* in, const uint8_t* mask, uint8_t* out, size_t count,
                             uint8_t otherwise, uint8_t whenMasked);
 
+    /// 255 where a sample is below `cut`, or at most `level` with its `local` byte 255; 0
+    /// elsewhere. `local` holds 0 and 255. A bit of `marks` is set where the result is 255, a bit
+    /// of `candidates` where only `local` is; order and last word as in packNonZero. `out` may be
+    /// `in` or `local`.
+    void (*markCertain)(const uint8_t* in, const uint8_t* local, uint8_t* out, uint64_t* marks,
+                        uint64_t* candidates, size_t count, uint8_t cut, uint8_t level);
+
+    /// The luminance plus `ratio` times the greatest distance of a sample from the mean of the
+    /// three, in double precision, truncated and cut to 0..255. No overlap.
+    void (*greySpread)(const uint8_t* r, const uint8_t* g, const uint8_t* b, uint8_t* out,
+                       size_t count, double ratio);
+
+    /// The same with `ratio` times r - min(g, b), for pixels with r - max(g, b) at least 21 and
+    /// max(g, b) at most 157, and the luminance for others. No overlap.
+    void (*greyRedLift)(const uint8_t* r, const uint8_t* g, const uint8_t* b, uint8_t* out,
+                        size_t count, double ratio);
+
+    /// Writes 0 to `out` where a sample exceeds `level`. No overlap.
+    void (*clearAbove)(const uint8_t* in, uint8_t* out, size_t count, uint8_t level);
+
     ColourKernels colour;
 };
 

@@ -5,6 +5,7 @@
 #include "kel_ImageFileOper.h"
 #include "kel_im.h"
 #include "kel_im_internal.h"
+#include "page_records.h"
 
 using namespace kel::detail;
 
@@ -20,9 +21,8 @@ int Kel_Convert2ImgFileBuffer_Params(unsigned char* data, int width, int height,
         return KC_ConverRaw2BMP(data, width, height, channels, dst, length, xDpi, yDpi, reserved,
                                 cprType);
     if (name == "JPEG") {
-        const ImImageHandle image = makeImImage(width, height, channels == 3 ? IM_RGB : IM_GRAY);
+        const ImImageHandle image = recordOf(data, width, height, channels == 3 ? IM_RGB : IM_GRAY);
         if (image == nullptr) return 0;
-        KelPutIMLibImage(image.get(), data);
         return ConvertimImage2JpegStream_Params(image.get(), quality, dst, length, xDpi, yDpi,
                                                 reserved);
     }

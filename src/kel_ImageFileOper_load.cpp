@@ -1,13 +1,14 @@
 // The six loaders over the one pipeline.
-#include <cstring>
+#include <new>
 #include <utility>
 
 #include "kel_ImageFileOper.h"
-#include "kel_ImageStorage.h"
+#include "kel_ImageStorage_internal.h"
 #include "kel_im_internal.h"
-#include "sizes.h"
 
 namespace {
+
+constexpr int kNoMemory = 7;
 
 struct Source {
     const char* fileName;
@@ -40,11 +41,24 @@ int loadOne(const Source& source, const Outputs& out, const InfoOutputs& info) {
         source.fileName, source.buffer, source.bufferLen, source.operType, true, &records, &count,
         limit.limitEnabled != 0, limit.width, limit.height);
     if (result != 0) return result;
-    Kel_CopyImageArr2One(records, count, info.wantInfo, out.dst, out.width, out.height,
-                         out.channels, info.format, info.compression, info.cprRate,
-                         info.xResolution, info.yResolution);
+    if (records->dataType == IM_BYTE) {
+        // As Kel_CopyImageArr2One() does it; the record's samples are the copy.
+        *out.dst = std::exchange(records->imageData, nullptr);
+        tellRecord(*records, info.wantInfo, out.width, out.height, out.channels, info.format,
+                   info.compression, info.cprRate, info.xResolution, info.yResolution);
+        KelReleaseImageArrs(&records, &count);
+        return 0;
+    }
+    int copied = 0;
+    try {
+        Kel_CopyImageArr2One(records, count, info.wantInfo, out.dst, out.width, out.height,
+                             out.channels, info.format, info.compression, info.cprRate,
+                             info.xResolution, info.yResolution);
+    } catch (const std::bad_alloc&) {
+        copied = kNoMemory;
+    }
     KelReleaseImageArrs(&records, &count);
-    return 0;
+    return copied;
 }
 
 int loadSeveral(const Source& source, tagImage** arr, int* imageNo) {

@@ -9,6 +9,7 @@
 #include "kel_ImageFileOper.h"
 #include "kel_ImageFileOper_internal.h"
 #include "kel_im.h"
+#include "page_records.h"
 
 using namespace kel::detail;
 
@@ -79,7 +80,7 @@ int KelStandardFormatName(const char* extension, char* format) {
 }
 
 bool Kel_CheckSepcialCprTypeIsOK(const char* format, int cprType) {
-    const std::string_view name = format;
+    const std::string_view name = format == nullptr ? "" : format;
     if (cprType == 1)
         return name == "BMP" || name == "PCX" || name == "TIFF" || name == "RAS" || name == "SGI" ||
                name == "TGA";
@@ -90,26 +91,18 @@ bool Kel_CheckSepcialCprTypeIsOK(const char* format, int cprType) {
 int Kel_SaveImage(unsigned char* data, int width, int height, int channels, const char* fileName,
                   const char* format, int cprType) {
     if (!Kel_CheckSepcialCprTypeIsOK(format, cprType)) return kRefusedCompression;
-    ImImageHandle image = makeImImage(width, height, channels == 1 ? IM_GRAY : IM_RGB);
+    const int colorSpace = channels == 1 ? IM_GRAY : IM_RGB;
+    ImImageHandle image =
+        (cprType == 2 ? binaryRecordOf : recordOf)(data, width, height, colorSpace);
+    // The run-length form of BMP takes one plane.
+    if (image != nullptr && channels != 1 && cprType == 1 && std::strcmp(format, "BMP") == 0)
+        image = convertedRecord(*image, IM_GRAY);
     if (image == nullptr) {
-        PrintError(IM_ERR_MEM);
-        return IM_ERR_MEM;
+        const int error = width < 1 || height < 1 ? IM_ERR_DATA : IM_ERR_MEM;
+        PrintError(error);
+        return error;
     }
-    KelPutIMLibImage(image.get(), data);
-
-    // The run-length form of BMP takes one plane; CCITT takes bits.
-    const bool turnsGrey = channels != 1 && cprType == 1 && std::string_view(format) == "BMP";
-    if (turnsGrey || cprType == 2) {
-        const ImImageHandle stored = makeImImageLike(*image, turnsGrey ? IM_GRAY : IM_BINARY);
-        if (stored == nullptr) {
-            PrintError(IM_ERR_MEM);
-            return IM_ERR_MEM;
-        }
-        imConvertColorSpace(image.get(), stored.get());
-        image.reset();
-        return im_SaveImage(stored.get(), fileName, format, cprType);
-    }
-    return im_SaveImage(image.get(), fileName, format, cprType == 1 ? 1 : 0);
+    return im_SaveImage(image.get(), fileName, format, cprType == 1 || cprType == 2 ? cprType : 0);
 }
 
 int Kel_SaveImage_DT(unsigned char* data, int width, int height, int channels, const char* fileName,

@@ -1,13 +1,16 @@
 // Encoding to whole files in memory: JPEG, BMP, TIFF.
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <new>
 
 #include "im_handles.h"
 #include "kel_im.h"
 #include "kel_im_internal.h"
+#include "page_records.h"
 #include "work_buffer.h"
 
 using namespace kel::detail;
@@ -28,16 +31,19 @@ class MemoryImageFile {
 
     imFile* get() const { return file_.get(); }
 
-    /// Hands the bytes so far to the caller, one zero byte behind them.
-    void take(unsigned char** dst, int* length) const {
+    /// Hands the bytes so far to the caller, one zero byte behind them; without the memory for it
+    /// nothing happens.
+    void take(unsigned char** dst, int* length) const try {
         const int bytes = imFileGetWriteImageDataLen(file_.get());
+        const auto count = static_cast<size_t>(std::max(bytes, 0));
+        if (count > 0) {
+            SampleBuffer copy(count + 1);
+            std::memcpy(copy.data(), block_.buffer, count);
+            copy[count] = 0;
+            *dst = copy.release();
+        }
         *length = bytes;
-        if (bytes < 1) return;
-        const auto count = static_cast<size_t>(bytes);
-        SampleBuffer copy(count + 1);
-        std::memcpy(copy.data(), block_.buffer, count);
-        copy[count] = 0;
-        *dst = copy.release();
+    } catch (const std::bad_alloc&) {
     }
 
   private:
@@ -46,35 +52,27 @@ class MemoryImageFile {
     ImFileHandle file_;
 };
 
-/// A channel image as a record, grey or RGB; null when it can't be held.
-ImImageHandle recordOf(unsigned char* data, int width, int height, int channels) {
-    ImImageHandle image = makeImImage(width, height, channels == 3 ? IM_RGB : IM_GRAY);
-    if (image != nullptr) KelPutIMLibImage(image.get(), data);
-    return image;
+int colorSpaceOf(int channels) {
+    return channels == 3 ? IM_RGB : IM_GRAY;
 }
 
-ImImageHandle converted(ImImageHandle image, int colorSpace) {
-    if (image == nullptr) return nullptr;
-    ImImageHandle result = makeImImageLike(*image, colorSpace);
-    if (result != nullptr) imConvertColorSpace(image.get(), result.get());
-    return result;
-}
-
-struct Resolution {
-    float x, y;
+struct Encoding {
+    const char* format;
+    const char* compression;  ///< null for the format's usual one
+    float xDpi, yDpi;
+    const int* quality = nullptr;  ///< of JPEG
 };
 
-// A failure is told on the debug output and leaves the outputs as they were.
-void encode(imImage* image, const char* format, const char* compression, Resolution dpi,
-            bool tellsErrors, unsigned char** dst, int* length) {
-    const MemoryImageFile file(format);
-    kel_SetDpiInfoToImageFile(format, dpi.x, dpi.y, file.get());
-    if (compression != nullptr) imFileSetInfo(file.get(), compression);
+// A failure is the result, and leaves the outputs as they were.
+int encode(imImage* image, const Encoding& how, unsigned char** dst, int* length) {
+    const MemoryImageFile file(how.format);
+    if (how.quality != nullptr)
+        imFileSetAttribute(file.get(), "JPEGQuality", IM_INT, 1, how.quality);
+    kel_SetDpiInfoToImageFile(how.format, how.xDpi, how.yDpi, file.get());
+    if (how.compression != nullptr) imFileSetInfo(file.get(), how.compression);
     const int error = imFileSaveImage(file.get(), image);
-    if (error == IM_ERR_NONE)
-        file.take(dst, length);
-    else if (tellsErrors)
-        PrintError(error);
+    if (error == IM_ERR_NONE) file.take(dst, length);
+    return error;
 }
 
 /// Reads a little-endian 32-bit number.
@@ -89,10 +87,7 @@ int32_t int32At(const unsigned char* bytes) {
 
 int ConvertimImage2JpegStream_Params(imImage* image, int quality, unsigned char** dst, int* length,
                                      float xDpi, float yDpi, void* /*reserved*/) {
-    const MemoryImageFile file("JPEG");
-    imFileSetAttribute(file.get(), "JPEGQuality", IM_INT, 1, &quality);
-    kel_SetDpiInfoToImageFile("JPEG", xDpi, yDpi, file.get());
-    if (imFileSaveImage(file.get(), image) == IM_ERR_NONE) file.take(dst, length);
+    encode(image, {"JPEG", nullptr, xDpi, yDpi, &quality}, dst, length);
     return 0;
 }
 
@@ -102,22 +97,21 @@ int ConvertimImage2JpegStream(imImage* image, int quality, unsigned char** dst, 
 
 int KC_ConverRaw2BMP(unsigned char* data, int width, int height, int channels, unsigned char** dst,
                      int* length, float xDpi, float yDpi, void* /*reserved*/, int cprType) {
-    ImImageHandle image = recordOf(data, width, height, channels);
+    ImImageHandle image = recordOf(data, width, height, colorSpaceOf(channels));
     // The run-length form takes one plane.
-    if (channels == 3 && cprType == 1) image = converted(std::move(image), IM_GRAY);
-    encode(image.get(), "BMP", cprType == 1 ? "RLE" : nullptr, {xDpi, yDpi}, false, dst, length);
+    if (channels == 3 && cprType == 1 && image != nullptr) image = convertedRecord(*image, IM_GRAY);
+    encode(image.get(), {"BMP", cprType == 1 ? "RLE" : nullptr, xDpi, yDpi}, dst, length);
     return 0;
 }
 
 int KC_ConverRaw2TIFF(unsigned char* data, int width, int height, int channels, unsigned char** dst,
                       int* length, float xDpi, float yDpi, void* /*reserved*/, int cprType) {
-    ImImageHandle image = recordOf(data, width, height, channels);
-    const char* compression = cprType == 1 ? "RLE" : nullptr;
-    if (cprType == 2) {
-        image = converted(std::move(image), IM_BINARY);
-        compression = "CCITTFAX4";
-    }
-    encode(image.get(), "TIFF", compression, {xDpi, yDpi}, true, dst, length);
+    const bool isBinary = cprType == 2;
+    const ImImageHandle image =
+        (isBinary ? binaryRecordOf : recordOf)(data, width, height, colorSpaceOf(channels));
+    const char* const compression = isBinary ? "CCITTFAX4" : cprType == 1 ? "RLE" : nullptr;
+    const int error = encode(image.get(), {"TIFF", compression, xDpi, yDpi}, dst, length);
+    if (error != IM_ERR_NONE) PrintError(error);
     return 0;
 }
 

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -187,8 +188,12 @@ int Kel_Im_LoadReadFile2Buffer(const char* fileName, unsigned char* buffer, int 
         KelInitKelImage(&records[static_cast<size_t>(i)]);
     *arr = records.release();
     const Limit limit{limited, limitWidth, limitHeight};
-    for (int i = 0; i < *imageNo && result == kLoaded; ++i)
-        result = loadPage(source, facts, pages.first + i, limit, (*arr)[i]);
+    try {
+        for (int i = 0; i < *imageNo && result == kLoaded; ++i)
+            result = loadPage(source, facts, pages.first + i, limit, (*arr)[i]);
+    } catch (const std::bad_alloc&) {
+        result = kNotStored;
+    }
     if (result != kLoaded) KelReleaseImageArrs(arr, imageNo);
     return result;
 }

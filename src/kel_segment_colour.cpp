@@ -14,8 +14,8 @@ int KelSegImageReserveColor(unsigned char* src, kelSize size, unsigned char* dst
     if (isEmpty(size)) return 0;
     const ptrdiff_t step = planeStep(size);
     WorkPlane lifted(static_cast<size_t>(step));
-    rowKernels().colour.liftedLuminance(src, src + step, src + 2 * step, lifted.data(),
-                                        lifted.size(), indexRate);
+    rowKernels().greySpread(src, src + step, src + 2 * step, lifted.data(), lifted.size(),
+                            indexRate);
     KelBinarizeImage(lifted.data(), 1, dst, size, 0, KEL_BIN_METHOD_AUTO, 0, 0, 0);
     return 0;
 }

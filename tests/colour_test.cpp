@@ -62,7 +62,7 @@ TEST(Colour, RedIsEliminated) {
 
 TEST(Colour, ReservedPrintIsLiftedAndBinarized) {
     for (kelSize size : sizes())
-        for (double rate : {0.0, 1.0, 2.5, -1.5, -40.0, 1e308 * 10, -1e308 * 10}) {
+        for (double rate : {0.0, 1.0, 2.5, -1.5, -40.0, 1e300, -1e300}) {
             Bytes image = test::stampedPage(size).samples;
             Bytes work = test::eachPixel(image, [&](Rgb p) {
                 const double y = 0.299 * p.r + 0.587 * p.g + 0.114 * p.b,

@@ -108,13 +108,28 @@ TEST_P(Levels, TablesAndCounts) {
         kernels.lookUp(same.data(), table.data(), same.data(), n);
         for (int twice = 0; twice < 2; ++twice)
             kernels.countSamples(p, counts, n);
+        Guarded mixed(Bytes(mask.begin(), mask.begin() + n)), bits(16 * ((n + 63) / 64));
+        for (unsigned i = 0; i < n; ++i)  // as a local plane, in place
+            mixed.data()[i] = mask[i] != 0 ? 255 : 0;
+        auto* const marks = reinterpret_cast<uint64_t*>(bits.data());
+        uint64_t* const candidates = marks + (n + 63) / 64;
+        kernels.markCertain(p, mixed.data(), mixed.data(), marks, candidates, n, 60, 180);
+        for (unsigned i = 0; i < 64 * ((n + 63) / 64); ++i) {
+            const bool marked = i < n && (p[i] < 60 || (mask[i] != 0 && p[i] <= 180));
+            const bool candidate = i < n && mask[i] != 0 && p[i] > 180;
+            ASSERT_EQ(marks[i / 64] >> i % 64 & 1, marked) << n << " at " << i;
+            ASSERT_EQ(candidates[i / 64] >> i % 64 & 1, candidate) << n << " at " << i;
+            ASSERT_TRUE(i >= n || mixed.data()[i] == (marked ? 255 : 0));
+        }
         kernels.thresholdByMask(p, mask.data(), binary.data(), n, 130, 90);
         for (unsigned i = 0; i < n; ++i) {
             ASSERT_EQ(binary.data()[i], p[i] > (mask[i] != 0 ? 90 : 130) ? 255 : 0) << n;
             ASSERT_EQ(out.data()[i], table[p[i]]) << n << " at " << i;
             expected[p[i]] += 2;
         }
-        ASSERT_EQ(same.bytes(), out.bytes()) << n << binary.bytes().size();
+        ASSERT_EQ(same.bytes(), out.bytes()) << n;
+        for (const Guarded* checked : {&binary, &mixed, &bits})
+            checked->bytes();
         ASSERT_TRUE(std::equal(counts, counts + 256, expected)) << n;
     }
 }
@@ -190,6 +205,44 @@ TEST_P(Levels, GreyOfBgrEqualsOpenCvForEveryTriple) {
         cv::cvtColor(cv::Mat(1, 65536, CV_8UC3, pixels.data()), expectedMat, cv::COLOR_BGR2GRAY);
         ASSERT_EQ(out, expected);
     });
+}
+
+TEST_P(Levels, FoldsOfEveryTriple) {
+    const double ratio = GetParam() == std::string("plain") ? 0.7F : 1.0F;
+    Bytes spread(65536), lifted(65536);
+    forEveryTriple([&](const Bytes& r, const Bytes& g, const Bytes& b) {
+        kernels.greySpread(r.data(), g.data(), b.data(), spread.data(), r.size(), ratio);
+        kernels.greyRedLift(r.data(), g.data(), b.data(), lifted.data(), r.size(), -ratio);
+        for (size_t i = 0; i < r.size(); ++i) {
+            ASSERT_EQ(spread[i], test::greySpread(r[i], g[i], b[i], ratio)) << +r[i] << " " << i;
+            ASSERT_EQ(lifted[i], test::redLift(r[i], g[i], b[i], -ratio)) << +r[i] << " " << i;
+        }
+    });
+}
+
+// Whole blocks of pixels that are nearly grey, by weights within and beyond what tables hold.
+TEST_P(Levels, FoldsOfNearGreys) {
+    Bytes r, g, b;
+    for (int k = 0; k < 256 * 31 * 31; ++k) {
+        const int green = k / 961, red = green + k / 31 % 31 - 15, blue = green + k % 31 - 15;
+        const auto [low, high] = std::minmax({red, green, blue});
+        const int middle = red + green + blue - low - high;
+        if (low < 0 || high > 255 || high - low + std::max(high - middle, middle - low) > 15)
+            continue;
+        r.push_back(static_cast<unsigned char>(red));
+        g.push_back(static_cast<unsigned char>(green));
+        b.push_back(static_cast<unsigned char>(blue));
+    }
+    Bytes spread(r.size()), lifted(r.size());
+    for (const float ratio : {0.0F, 0.1F, 0.5F, 0.7F, 1.0F, 2.5F, 6.3F, 6.5F, -1.0F, -2.7F, -2.8F,
+                              1e3F, 1e7F, -INFINITY, NAN}) {
+        kernels.greySpread(r.data(), g.data(), b.data(), spread.data(), r.size(), ratio);
+        kernels.greyRedLift(r.data(), g.data(), b.data(), lifted.data(), r.size(), ratio);
+        for (size_t i = 0; i < r.size(); ++i) {
+            ASSERT_EQ(spread[i], test::greySpread(r[i], g[i], b[i], ratio)) << ratio << " " << i;
+            ASSERT_EQ(lifted[i], test::redLift(r[i], g[i], b[i], ratio)) << ratio << " " << i;
+        }
+    }
 }
 
 // Neutral pixels and colours whose weighted sum is a multiple of 1000, together in one block.

@@ -12,17 +12,16 @@ int main(int argc, char** argv) {
         return 2;
     }
     kelSize size = {0, 0};
-    int channels = 0;
+    int channels = -100;  // no size limit
     unsigned char* page = nullptr;
-    if (KelLoadUserImage(argv[1], &page, &size.width, &size.height, &channels) != 0) {
+    if (Kel_LoadImageFile2Buffer(argv[1], &page, &size.width, &size.height, &channels) != 0) {
         std::fprintf(stderr, "binarize_page: %s: nothing was read\n", argv[1]);
         return 1;
     }
-    // Three planes in, one plane out, at the level that the page itself suggests.
+    // One plane or three in, one plane out, at the level that the page itself suggests.
     std::vector<unsigned char> binary(static_cast<size_t>(size.width) *
                                       static_cast<size_t>(size.height));
     KelBinarizeImage(page, channels, binary.data(), size, 0, KEL_BIN_METHOD_AUTO, 0, 0, 0);
     Kel_ReleaseImage(page);
-    KelSaveImage(binary.data(), 1, size, argv[2]);
-    return 0;
+    return Kel_SaveImage_DT(binary.data(), size.width, size.height, 1, argv[2], 0) == 0 ? 0 : 1;
 }

@@ -62,11 +62,22 @@ im::PageInfo pageInfoOf(imFile& file, int index) {
     return file.reader->pageInfo(index);
 }
 
+/// Room for an image in a file, roughly.
+uint64_t expectedBytes(const imImage& image, const std::string& compression) {
+    const uint64_t samples = static_cast<uint64_t>(image.line_size) *
+                             static_cast<uint64_t>(image.height) *
+                             static_cast<uint64_t>(image.depth);
+    const uint64_t packed = image.color_space == IM_BINARY ? samples / 8 : samples;
+    constexpr uint64_t headers = 4096, usualRatio = 8;
+    return headers + (compression == "NONE" ? packed + packed / 64 : packed / usualRatio);
+}
+
 // Nothing can follow a part of an image. Kinds that a writer does not have are refused before it
 // has written anything.
 void writePage(imFile& file, const imImage& image) {
     im::require(!file.broken, IM_ERR_ACCESS);
     file.broken = true;
+    file.source.bytes->expect(expectedBytes(image, file.compression));
     try {
         file.writer->writePage(image, file.compression, file.attributes);
         file.broken = false;
@@ -124,8 +135,16 @@ imFile* imFileNew(const char* file_name, const char* format, int* error) {
     return handOut(code, std::move(file), error);
 }
 
+int imFileFinish(imFile* file) {
+    if (file == nullptr || file->writer == nullptr) return IM_ERR_NONE;
+    file->writer.reset();
+    const bool whole = file->written > 0 && !file->broken;
+    return whole && file->source.bytes->finish() ? IM_ERR_NONE : IM_ERR_ACCESS;
+}
+
 void imFileClose(imFile* file) {
     const std::unique_ptr<imFile> owned(file);
+    imFileFinish(file);
 }
 
 void imFileGetInfo(imFile* file, char* format, char* compression, int* image_count) {

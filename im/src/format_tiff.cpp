@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <memory>
 #include <vector>
 
 #include "error.h"
@@ -14,6 +15,7 @@
 #include "image.h"
 #include "palette.h"
 #include "rows.h"
+#include "tiff_chain.h"
 #include "tiff_handle.h"
 #include "tiff_layout.h"
 #include "tiff_rows.h"
@@ -55,58 +57,66 @@ constexpr Scheme kSchemes[] = {
 
 class TiffReader : public Reader {
   public:
-    explicit TiffReader(BinaryFile& file) : file_(file), tiff_(file, "r") {}
+    explicit TiffReader(BinaryFile& file)
+        : file_(file),
+          tiff_(std::make_unique<TiffHandle>(file, "r")),
+          chain_(readTiffChain(file, kMostPages)) {}
 
-    int pageCount() override {
-        constexpr uint32_t mostPages = 65535;
-        if (pages_ == 0)
-            pages_ = static_cast<int>(std::min(TIFFNumberOfDirectories(tiff_.get()), mostPages));
-        return pages_;
-    }
+    int pageCount() override { return static_cast<int>(chain_.directories.size()); }
 
     PageInfo pageInfo(int index) override {
         select(index);
-        layout_ = readTiffLayout(tiff_, file_.size());
+        layout_ = readTiffLayout(*tiff_, file_.size());
         return layout_.info;
     }
 
     void readPage(int, imImage& image) override {
         fresh_ = false;
         if (image.color_space == IM_MAP) {
-            const TiffPalette palette = readTiffPalette(tiff_, layout_.bits);
+            const TiffPalette palette = readTiffPalette(*tiff_, layout_.bits);
             setPalette(image, palette.colors, palette.count);
         }
         if (layout_.converted)
-            storeRows<TiffConvertedRows>({tiff_, layout_}, image);
+            storeRows<TiffConvertedRows>({*tiff_, layout_}, image);
         else
-            storeRows<TiffRows>({tiff_, layout_}, image);
+            storeRows<TiffRows>({*tiff_, layout_}, image);
     }
 
     Attributes attributes() override {
         Attributes found;
-        const int unit = tiff_.field<uint16_t>(TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
+        const int unit = tiff_->field<uint16_t>(TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
         if (unit == RESUNIT_INCH || unit == RESUNIT_CENTIMETER)
-            found.setResolution({tiff_.field(TIFFTAG_XRESOLUTION, 0.0F),
-                                 tiff_.field(TIFFTAG_YRESOLUTION, 0.0F),
+            found.setResolution({tiff_->field(TIFFTAG_XRESOLUTION, 0.0F),
+                                 tiff_->field(TIFFTAG_YRESOLUTION, 0.0F),
                                  unit == RESUNIT_CENTIMETER});
         return found;
     }
 
     std::string compression() override {
-        const int code = tiff_.field<uint16_t>(TIFFTAG_COMPRESSION, COMPRESSION_NONE);
+        const int code = tiff_->field<uint16_t>(TIFFTAG_COMPRESSION, COMPRESSION_NONE);
         for (const Scheme& scheme : kSchemes)
             if (scheme.code == code) return scheme.name;
         return "UNKNOWN";
     }
 
   private:
-    // Makes libtiff read the page's directory. Going on to the next one is quick; any other is
-    // looked for from the first on.
+    static constexpr size_t kMostPages = 65535;
+
+    // Makes libtiff read the page's directory.
     void select(int index) {
         if (index == selected_ && fresh_) return;
-        fresh_ = (index == selected_ + 1
-                      ? TIFFReadDirectory(tiff_.get())
-                      : TIFFSetDirectory(tiff_.get(), static_cast<tdir_t>(index))) == 1;
+        const auto page = static_cast<size_t>(index);
+        if (index == selected_ + 1) {
+            fresh_ = TIFFReadDirectory(tiff_->get()) == 1;
+        } else if (tiff_->wholeFile().size > 0) {
+            fresh_ = TIFFSetSubDirectory(tiff_->get(), chain_.directories[page]) == 1;
+        } else {
+            // On a disk libtiff would read its way along the whole chain.
+            std::unique_ptr<BinaryFile> file = startingAt(file_, chain_, page);
+            tiff_ = std::make_unique<TiffHandle>(*file, "r");
+            restarted_ = std::move(file);
+            fresh_ = true;
+        }
         selected_ = fresh_ ? index : -2;
         require(fresh_, IM_ERR_FORMAT);
     }
@@ -120,8 +130,9 @@ class TiffReader : public Reader {
     }
 
     BinaryFile& file_;
-    TiffHandle tiff_;
-    int pages_ = 0;
+    std::unique_ptr<BinaryFile> restarted_;
+    std::unique_ptr<TiffHandle> tiff_;
+    TiffChain chain_;
     TiffLayout layout_;
     int selected_ = 0;   ///< the page whose directory libtiff has
     bool fresh_ = true;  ///< nothing of that page was decoded

@@ -7,6 +7,7 @@
 #include <new>
 
 #include "error.h"
+#include "kernels/large_blocks.h"
 #include "palette.h"
 
 namespace im {
@@ -42,6 +43,7 @@ ImageHandle create(int width, int height, int colorSpace, int dataType, bool cle
     const auto size = static_cast<size_t>(bytes);
     image->samples.reset(clear ? std::calloc(size, 1) : std::malloc(size));  // NOLINT
     require(image->samples != nullptr, IM_ERR_MEM);
+    kel::detail::preferLargePages(image->samples.get(), size);
     image->width = width;
     image->height = height;
     image->color_space = colorSpace;

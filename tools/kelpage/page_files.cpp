@@ -1,26 +1,24 @@
 #include "page_files.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cctype>
-#include <fstream>
+#include <cstdlib>
+#include <cstring>
 #include <iostream>
 #include <map>
 #include <new>
 #include <set>
 
-#include "kel_ImageBasicProcess.h"
+#include "kel_ImageFileOper.h"
+#include "page_file.h"
 
 namespace kelpage {
 namespace {
 
-constexpr int kReadAsStoredColour = 4;  // OpenCV's IMREAD_ANYCOLOR: grey stays one plane
-
 const std::set<std::string>& imageExtensions() {
-    static const std::set<std::string> extensions = {".bmp", ".jp2", ".jpeg", ".jpg",
-                                                     ".pbm", ".pgm", ".png",  ".pnm",
-                                                     ".ppm", ".ras", ".tif",  ".tiff"};
+    static const std::set<std::string> extensions = {
+        ".bmp", ".gif", ".ico", ".jp2", ".jpeg", ".jpg", ".led", ".pbm", ".pcx",
+        ".pgm", ".png", ".pnm", ".ppm", ".ras",  ".sgi", ".tga", ".tif", ".tiff"};
     return extensions;
 }
 
@@ -35,6 +33,23 @@ bool isImageName(const fs::path& file) {
     return imageExtensions().count(lowerExtension(file)) > 0;
 }
 
+std::string saveErrorText(int result) {
+    switch (result) {
+        case -5:
+            return "its format does not have this compression";
+        case -4:
+        case -3:
+        case -2:
+            return "its extension names no image format that can be written";
+        case IM_ERR_DATA:
+            return "cannot be written: the format does not have images of this kind or size";
+        case IM_ERR_MEM:
+            return "cannot be written: not enough memory";
+        default:
+            return "cannot be written";
+    }
+}
+
 }  // namespace
 
 Page makePage(kelSize size, int channels) {
@@ -46,42 +61,37 @@ Page makePage(kelSize size, int channels) {
 }
 
 Page loadPage(const fs::path& file) {
-    std::error_code error;
-    const fs::file_status status = fs::status(file, error);
-    if (status.type() == fs::file_type::not_found) throw FileError("no such file");
-    if (fs::is_directory(status)) throw FileError("is a folder");
-    if (error || !std::ifstream(file)) throw FileError("cannot be opened for reading");
-    Page page;
-    unsigned char* samples = nullptr;
-    if (KelLoadImageFiles(file.c_str(), &page.size.width, &page.size.height, &samples,
-                          &page.channels, kReadAsStoredColour) != 0)
-        throw FileError("not an image, or damaged");
-    page.samples.reset(samples);
-    if (page.channels != 1 && page.channels != 3)
-        throw FileError("has " + std::to_string(page.channels) + " channels");
-    return page;
+    return PageFile(file).load(1);
 }
 
-void savePage(const Page& page, const fs::path& file, const std::vector<fs::path>& inputs) {
+void savePage(const Page& page, const fs::path& file, const std::vector<fs::path>& inputs,
+              Compression compression) {
+    requireWritableName(file, inputs);
+    const int width = page.size.width, height = page.size.height;
+    const int type = static_cast<int>(compression);
+    // Three extensions of PNM are not in the library's own table.
+    const int result = formatOf(file) == "PNM"
+                           ? Kel_SaveImage(page.samples.get(), width, height, page.channels,
+                                           file.c_str(), "PNM", type)
+                           : Kel_SaveImage_DT(page.samples.get(), width, height, page.channels,
+                                              file.c_str(), type);
+    if (result != 0) throw FileError(saveErrorText(result));
+}
+
+void requireWritableName(const fs::path& file, const std::vector<fs::path>& inputs) {
     if (!isImageName(file)) throw FileError("its extension names no image format");
     std::error_code error;
     for (const fs::path& input : inputs)
         if (fs::equivalent(input, file, error)) throw FileError("would overwrite an input");
-    // Written aside and renamed, so that an interrupted run leaves no half a file.
-    const fs::path aside = file.parent_path() / (".kelpage-" + std::to_string(getpid()) + "-" +
-                                                 file.filename().string());
-    try {
-        KelSaveImage(page.samples.get(), page.channels, page.size, aside.c_str());
-    } catch (const std::exception& failure) {
-        fs::remove(aside, error);
-        throw FileError("cannot be written: " + reasonOf(failure));
-    }
-    if (!fs::exists(aside, error)) throw FileError("cannot be written");
-    fs::rename(aside, file, error);
-    if (!error) return;
-    const std::string reason = error.message();
-    fs::remove(aside, error);
-    throw FileError("cannot be written: " + reason);
+}
+
+std::string formatOf(const fs::path& file) {
+    const std::string extension = lowerExtension(file);
+    if (extension == ".pbm" || extension == ".pgm" || extension == ".ppm") return "PNM";
+    std::string name = "page" + extension;
+    char format[5] = "";
+    KelCalImageFormatInName(name.data(), format);
+    return format;
 }
 
 bool isFolder(const fs::path& path) {
@@ -114,7 +124,8 @@ Inputs collectFiles(const std::vector<std::string>& arguments) {
     return inputs;
 }
 
-std::vector<fs::path> resultNames(const std::vector<fs::path>& files, const fs::path& folder) {
+std::vector<fs::path> resultNames(const std::vector<fs::path>& files, const fs::path& folder,
+                                  const std::string& extension) {
     std::map<std::string, int> uses;
     for (const fs::path& file : files)
         ++uses[file.stem().string()];
@@ -123,9 +134,9 @@ std::vector<fs::path> resultNames(const std::vector<fs::path>& files, const fs::
     for (const fs::path& file : files) {
         const bool shared = uses[file.stem().string()] > 1;
         const std::string base = (shared ? file.filename() : file.stem()).string();
-        std::string name = base + ".png";
+        std::string name = base + extension;
         for (int n = 2; !taken.insert(name).second; ++n)
-            name = base + "-" + std::to_string(n) + ".png";
+            name = base + "-" + std::to_string(n) + extension;
         names.push_back(folder / name);
     }
     return names;

@@ -28,6 +28,7 @@ struct ReleaseSamples {
 struct Page {
     kelSize size{};
     int channels = 0;
+    double xDpi = 0.0, yDpi = 0.0;  ///< 0 where the file tells none
     std::unique_ptr<unsigned char[], ReleaseSamples> samples;
 
     size_t planeBytes() const {
@@ -38,14 +39,25 @@ struct Page {
 /// A page with room for `channels` planes.
 Page makePage(kelSize size, int channels);
 
-/// Reads an image file: grey files as one plane, others as three.
+/// Reads the first page of an image file, as PageFile::load() does.
 /// @throws FileError
 Page loadPage(const fs::path& file);
+
+/// Compression by its number in the library's savers.
+enum class Compression { usual = 0, rle = 1, ccittFax4 = 2, none = 3 };
 
 /// Writes a page as the extension of `file` says. The file appears whole or not at all.
 /// @param inputs files that must not be overwritten
 /// @throws FileError
-void savePage(const Page& page, const fs::path& file, const std::vector<fs::path>& inputs);
+void savePage(const Page& page, const fs::path& file, const std::vector<fs::path>& inputs,
+              Compression compression = Compression::usual);
+
+/// Throws for a name without an image format, and for one of the inputs.
+/// @throws FileError
+void requireWritableName(const fs::path& file, const std::vector<fs::path>& inputs);
+
+/// The format's name by the extension, in letters of either case; empty for none.
+std::string formatOf(const fs::path& file);
 
 /// True for a folder; false for anything else, and for what cannot be looked at.
 bool isFolder(const fs::path& path);
@@ -62,7 +74,8 @@ Inputs collectFiles(const std::vector<std::string>& arguments);
 
 /// A name for each file's result in `folder`, without repetition: "page.png", or "page.jpg.png"
 /// where two inputs share a stem.
-std::vector<fs::path> resultNames(const std::vector<fs::path>& files, const fs::path& folder);
+std::vector<fs::path> resultNames(const std::vector<fs::path>& files, const fs::path& folder,
+                                  const std::string& extension = ".png");
 
 /// Makes a folder with its parents.
 /// @throws FileError

@@ -5,6 +5,7 @@
 #include <exception>
 #include <fstream>
 #include <iostream>
+#include <memory>
 #include <sstream>
 
 #include "commands.h"
@@ -112,17 +113,23 @@ class SheetMaker {
 
         for (const Method& method : methods()) {
             progress_.show(file.filename().string() + ": " + method.name);
-            const Settings settings = usualSettings(method.number);
-            Page result;
-            const std::string time = timed([&] { result = binarize(source, settings); });
-            row.cells.push_back({save(result, prefix + "method" + std::to_string(method.number)),
-                                 "method " + std::to_string(method.number) + ": " + method.name,
-                                 "level " + levelText(source, settings), time});
+            try {
+                row.cells.push_back(byMethod(source, method, prefix));
+            } catch (const NoLevel& none) {
+                row.cells.push_back({"", method.title(), none.what(), ""});
+            }
         }
         return row;
     }
 
   private:
+    Cell byMethod(const Page& source, const Method& method, const std::string& prefix) {
+        Page result;
+        const std::string time = timed([&] { result = binarize(source, method.usual); });
+        return {save(result, prefix + method.name), method.title(), levelText(source, method.usual),
+                time};
+    }
+
     std::string save(const Page& page, const std::string& name) {
         std::string file = name + ".png";
         try {
@@ -164,13 +171,18 @@ std::string html(const std::vector<Row>& rows) {
         << "<meta name=\"viewport\" content=\"width=device-width\">\n"
         << "<title>KelImageLib: pages by every method</title>\n<style>" << kStyle
         << "</style>\n</head>\n<body>\n<header><h1>Pages by every binarization method</h1>\n"
-        << "<p>Each page as loaded, reduced to grey, and binarized by every method number with its "
+        << "<p>Each page as loaded, reduced to grey, and binarized by every method with its "
            "usual settings, ink black on white. Times are the shortest of "
         << kTimedRuns << " runs. Select a picture to see it in full size.</p></header>\n";
     for (const Row& row : rows) {
         out << "<section>\n<h2>" << escaped(row.name) << "<small>" << escaped(row.facts)
             << "</small></h2>\n<div class=\"cells\">\n";
         for (const Cell& cell : row.cells) {
+            if (cell.picture.empty()) {
+                out << "<figure><figcaption><b>" << escaped(cell.title) << "</b><span>"
+                    << escaped(cell.detail) << "</span></figcaption></figure>\n";
+                continue;
+            }
             out << "<figure><a class=\"frame\" style=\"aspect-ratio: " << row.size.width << " / "
                 << row.size.height << "\" href=\"" << cell.picture << "\"><img loading=\"lazy\" "
                 << "src=\"" << cell.picture << "\" alt=\"" << escaped(row.name + ", " + cell.title)
@@ -184,13 +196,10 @@ std::string html(const std::vector<Row>& rows) {
     return out.str();
 }
 
-}  // namespace
-
-int runSheet(const SheetArguments& arguments) {
-    const Inputs inputs = collectFiles(arguments.inputs);
+int run(const std::vector<std::string>& names, const fs::path& folder) {
+    const Inputs inputs = collectFiles(names);
     const std::vector<fs::path>& files = inputs.files;
     if (files.empty()) return 1;
-    const fs::path folder = arguments.folder;
     try {
         makeFolder(folder);
     } catch (const FileError& error) {
@@ -226,6 +235,19 @@ int runSheet(const SheetArguments& arguments) {
     std::cout << rows.size() << (rows.size() == 1 ? " page, " : " pages, ") << methods().size()
               << " methods: " << sheet.string() << "\n";
     return failed ? 1 : 0;
+}
+
+}  // namespace
+
+void addSheet(CLI::App& app, int& status) {
+    CLI::App* command = app.add_subcommand(
+        "sheet", "Show pages binarized by every method, side by side, as an HTML contact sheet");
+    const auto inputs = std::make_shared<std::vector<std::string>>();
+    const auto folder = std::make_shared<std::string>();
+    command->add_option("IN", *inputs, "Image files, or folders of them")->required();
+    command->add_option("-o,--output", *folder, "Folder for the sheet and its pictures")
+        ->required();
+    command->callback([inputs, folder, &status] { status = run(*inputs, *folder); });
 }
 
 }  // namespace kelpage
