@@ -49,7 +49,7 @@ std::vector<unsigned char> widened(const Page& mask) {
 
 /// White where the seal is, and where the rim of its strokes fades into the paper.
 Page withoutSeal(const Page& page, const Page& mask) {
-    constexpr int kFaintChroma = 8;
+    constexpr int kFaintChroma = 8, kFaintLevel = 120;
     Page out = makePage(page.size, page.channels);
     const size_t bytes = page.planeBytes();
     std::copy_n(page.samples.get(), 3 * bytes, out.samples.get());
@@ -57,7 +57,8 @@ Page withoutSeal(const Page& page, const Page& mask) {
     for (size_t i = 0; i < bytes; ++i) {
         const auto [least, most] =
             std::minmax({out.samples[i], out.samples[bytes + i], out.samples[2 * bytes + i]});
-        if (mask.samples[i] == 0 && (near[i] == 0 || most - least < kFaintChroma)) continue;
+        const bool faint = near[i] != 0 && most - least >= kFaintChroma && least >= kFaintLevel;
+        if (mask.samples[i] == 0 && !faint) continue;
         for (size_t c = 0; c < 3; ++c)
             out.samples[c * bytes + i] = 255;
     }
