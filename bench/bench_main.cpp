@@ -156,6 +156,7 @@ int runAll(int argc, char** argv) {
     addLevelRows();
     addGeometryRows();
     addAreaRows();
+    addColourRows();
     if (!checkRows()) return 1;
     for (size_t i = 0; i < rows().size(); ++i)
         for (bool ours : {true, false})

@@ -43,6 +43,7 @@ void addLevelRows();
 /// Prints what two threads bring where an operation may use them.
 void printTeamTable();
 void addAreaRows();
+void addColourRows();
 
 /// Prints how much memory the operations take.
 void printMemoryTable();

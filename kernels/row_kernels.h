@@ -11,6 +11,7 @@
 #include "row_kernels_enhance.h"
 #include "area_kernels.h"
 #include "enhance_kernels.h"
+#include "colour_kernels.h"
 
 namespace kel::detail {
 
@@ -189,6 +190,8 @@ struct RowKernels {
                       ptrdiff_t columns, ptrdiff_t rows);
     EnhanceKernels enhance;
     AreaKernels area;
+
+    ColourKernels colour;
 };
 
 /// The kernels of the best level that the processor has and that is not above `atMost` or the

@@ -170,6 +170,32 @@ says '1 hole of radius 7 filled'
 expect 2 "$kelpage" holes "$samples/page-dark-margins.jpg" -o "$work/x.png" --colour 1,2
 expect 1 "$kelpage" edges "$work/text.png" -o "$work/x.png" --report "$work/edges"
 says '^kelpage: .*/text.png: not an image, or damaged$'
+# Seals: the mask, the page without it, all side by side; settings from the page's own hue.
+stamped=$samples/stamped
+expect 0 "$kelpage" seal "$stamped/form-red-seal.png" -o "$work/seal.png" --config "$samples/seal.cfg" \
+  --without "$work/rest.png" --picture "$work/all.png"
+says 'form-red-seal.png: 1\.[23][0-9] % of the page is seal$'
+for picture in seal rest all; do is_png "$work/$picture.png"; done
+expect 0 "$kelpage" info "$work/all.png"
+says 'page 1: 3216 x 1432 pixels, colour'
+expect 0 "$kelpage" seal "$work/rest.png" -o "$work/x.png" --config "$samples/seal.cfg"
+says ': 0\.[0-2][0-9] % of'
+expect 0 "$kelpage" hue "$stamped/receipt-red-stamp.jpg"
+says '^STAND_MIN = 3[23][0-9]$'
+cp "$work/stdout" "$work/own.cfg"
+expect 0 "$kelpage" seal "$stamped/receipt-red-stamp.jpg" -o "$work/x.png" --config "$work/own.cfg"
+says ': 1\.[0-9]+ % of'
+expect 0 "$kelpage" hue "$stamped/page-blue-stamp.png" --chroma 10 --region 1178,1454,40,40
+says '^.SEGMENT_BLUE_PARAMETERS.$'
+expect 1 "$kelpage" hue "$stamped/page-blue-stamp.png" --region 0,0,400,400
+says 'no coloured pixels'
+expect 1 "$kelpage" hue "$stamped/page-blue-stamp.png" --region 1400,0,400,400
+expect 1 "$kelpage" seal "$stamped/form-red-seal.png" -o "$work/x.png" --config "$work/own.cfg" --colour blue
+says '^kelpage: .*/own.cfg: not all keys for a blue seal$'
+expect 1 "$kelpage" seal "$stamped/form-red-seal.png" -o "$work/x.png" --config "$work/none.cfg"
+expect 1 "$kelpage" seal "$samples/page-dark-margins.jpg" -o "$work/x.png" --config "$samples/seal.cfg"
+says 'is a grey page'
+expect 2 "$kelpage" seal "$stamped/form-red-seal.png" -o "$work/x.png" --config "$samples/seal.cfg" --colour green
 
 [ $failures -eq 0 ] && echo "kelpage behaves"
 exit $((failures > 0))

@@ -14,8 +14,10 @@ void addEnhance(CLI::App& app, int& status);
 void addDespeckle(CLI::App& app, int& status);
 void addEdges(CLI::App& app, int& status);
 void addHoles(CLI::App& app, int& status);
+void addHue(CLI::App& app, int& status);
 void addInfo(CLI::App& app, int& status);
 void addRoad(CLI::App& app, int& status);
+void addSeal(CLI::App& app, int& status);
 void addSheet(CLI::App& app, int& status);
 
 }  // namespace kelpage

@@ -25,8 +25,10 @@ int run(int argc, char** argv) {
     kelpage::addDespeckle(app, status);
     kelpage::addEdges(app, status);
     kelpage::addHoles(app, status);
+    kelpage::addHue(app, status);
     kelpage::addInfo(app, status);
     kelpage::addRoad(app, status);
+    kelpage::addSeal(app, status);
     kelpage::addSheet(app, status);
     try {
         app.parse(argc, argv);
