@@ -151,6 +151,7 @@ int runAll(int argc, char** argv) {
     addImFileRows();
     addBinarizeRows();
     addImProcessRows();
+    addAnalysisRows();
     if (!checkRows()) return 1;
     for (size_t i = 0; i < rows().size(); ++i)
         for (bool ours : {true, false})

@@ -34,6 +34,7 @@ void addImBridgeRows();
 void addImFileRows();
 void addBinarizeRows();
 void addImProcessRows();
+void addAnalysisRows();
 
 /// Prints how much memory the operations take.
 void printMemoryTable();

@@ -68,6 +68,19 @@ struct RowKernels {
 
     /// Means of 2 by 2 samples, halves up: `count` of them from two rows. No overlap.
     void (*halve)(const uint8_t* above, const uint8_t* below, uint8_t* means, size_t count);
+
+    /// The total of the samples.
+    uint64_t (*sum)(const uint8_t* samples, size_t count);
+
+    /// The number of samples equal to `value`.
+    size_t (*countEqual)(const uint8_t* samples, size_t count, uint8_t value);
+
+    /// Adds the samples of each column of a plane without padding to its total.
+    void (*sumColumns)(const uint8_t* plane, size_t width, size_t height, uint64_t* sums);
+
+    /// Adds to each column's total the number of its samples equal to `value`.
+    void (*countColumnsEqual)(const uint8_t* plane, size_t width, size_t height, uint8_t value,
+                              int32_t* counts);
 };
 
 /// The kernels of the best level that the processor has and that is not above `atMost` or the
