@@ -4,6 +4,7 @@
 #define KELIMAGELIB_H
 
 #include "kel_ArrayProperties.h"
+#include "kel_CalAngle.h"
 #include "kel_ImageBasicProcess.h"
 #include "kel_ImageFileOper.h"
 #include "kel_ImageStorage.h"

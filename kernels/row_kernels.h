@@ -12,6 +12,29 @@ namespace kel::detail {
 
 enum class CpuLevel { plain, avx2, best = avx2 };
 
+/// Ink of 16 rows, by groups of 8 columns: byte `group * stride + row`. 32 groups are a tile.
+struct InkGroups {
+    uint8_t* bits;    ///< the group's columns, the first in the lowest bit
+    uint8_t* before;  ///< number of bits in the tile's groups to the left
+    size_t stride;
+    uint16_t* inTiles;  ///< number of bits in the whole tile: `tile * stride + row`
+};
+
+/// A border between columns that moves by one column every few rows.
+struct BorderWalk {
+    const uint8_t* bits;  ///< as in InkGroups, from the first row and the tile's first group on
+    const uint8_t* before;
+    size_t stride;
+    int rows;
+    int column;         ///< the tile's columns to the left of the border in the first row,
+    int last;           ///< and those to the left of its last place
+    int step;           ///< 1 or -1
+    int rest;           ///< the border moves on when this falls below 0:
+    int fall;           ///< by so much with every row, while
+    int rise;           ///< it gains so much with every move; at least `fall`
+    uint16_t* sums[2];  ///< may be written to for 15 rows beyond the last
+};
+
 /// The kernels of one level. `count` is in samples (pixels); any value from 0 on.
 struct RowKernels {
     const char* level;
@@ -81,6 +104,17 @@ struct RowKernels {
     /// Adds to each column's total the number of its samples equal to `value`.
     void (*countColumnsEqual)(const uint8_t* plane, size_t width, size_t height, uint8_t value,
                               int32_t* counts);
+
+    /// packNonZero() for samples equal to `value`; counts no runs.
+    void (*packEqual)(const uint8_t* samples, uint8_t value, uint64_t* words, size_t count);
+
+    /// Tabulates 16 packed rows of `groups` bytes; they start `rowBytes` apart.
+    void (*tabulateInk)(const uint8_t* packed, size_t rowBytes, size_t groups,
+                        const InkGroups& out);
+
+    /// Adds, for each row, the bits to the left of the border to one of its two sums, modulo 2^16.
+    /// Reads up to 15 rows beyond the last.
+    void (*sumAlongBorder)(const BorderWalk& walk);
 };
 
 /// The kernels of the best level that the processor has and that is not above `atMost` or the

@@ -15,6 +15,7 @@ class WorkBuffer {
     Element* data() { return data_.get(); }
     size_t size() const { return count_; }
     Element& operator[](size_t i) { return data_[i]; }
+    const Element* data() const { return data_.get(); }
 
     /// Hands the array over to the caller, who gives it back with array `delete`.
     Element* release() { return data_.release(); }
