@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "kel_ImageFileOper.h"
-#include "kel_ImageStorage.h"
+#include "kel_ImageStorage_internal.h"
 #include "kel_im_internal.h"
 #include "sizes.h"
 
@@ -40,9 +40,16 @@ int loadOne(const Source& source, const Outputs& out, const InfoOutputs& info) {
         source.fileName, source.buffer, source.bufferLen, source.operType, true, &records, &count,
         limit.limitEnabled != 0, limit.width, limit.height);
     if (result != 0) return result;
-    Kel_CopyImageArr2One(records, count, info.wantInfo, out.dst, out.width, out.height,
-                         out.channels, info.format, info.compression, info.cprRate,
-                         info.xResolution, info.yResolution);
+    if (records->dataType == IM_BYTE) {
+        // As Kel_CopyImageArr2One() does it; the record's samples are the copy.
+        *out.dst = std::exchange(records->imageData, nullptr);
+        tellRecord(*records, info.wantInfo, out.width, out.height, out.channels, info.format,
+                   info.compression, info.cprRate, info.xResolution, info.yResolution);
+    } else {
+        Kel_CopyImageArr2One(records, count, info.wantInfo, out.dst, out.width, out.height,
+                             out.channels, info.format, info.compression, info.cprRate,
+                             info.xResolution, info.yResolution);
+    }
     KelReleaseImageArrs(&records, &count);
     return 0;
 }

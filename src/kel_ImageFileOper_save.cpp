@@ -79,7 +79,7 @@ int KelStandardFormatName(const char* extension, char* format) {
 }
 
 bool Kel_CheckSepcialCprTypeIsOK(const char* format, int cprType) {
-    const std::string_view name = format;
+    const std::string_view name = format == nullptr ? "" : format;
     if (cprType == 1)
         return name == "BMP" || name == "PCX" || name == "TIFF" || name == "RAS" || name == "SGI" ||
                name == "TGA";
@@ -98,7 +98,7 @@ int Kel_SaveImage(unsigned char* data, int width, int height, int channels, cons
     KelPutIMLibImage(image.get(), data);
 
     // The run-length form of BMP takes one plane; CCITT takes bits.
-    const bool turnsGrey = channels != 1 && cprType == 1 && std::string_view(format) == "BMP";
+    const bool turnsGrey = channels != 1 && cprType == 1 && std::strcmp(format, "BMP") == 0;
     if (turnsGrey || cprType == 2) {
         const ImImageHandle stored = makeImImageLike(*image, turnsGrey ? IM_GRAY : IM_BINARY);
         if (stored == nullptr) {

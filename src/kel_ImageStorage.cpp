@@ -68,16 +68,21 @@ int Kel_CopyImageArr2One(tagImage* arr, int /*count*/, int wantInfo, unsigned ch
                          int* width, int* height, int* channels, char* format, char* compression,
                          int* cprRate, double* xResolution, double* yResolution) {
     const tagImage& first = arr[0];
-    *width = first.width;
-    *height = first.height;
-    *channels = first.channels;
-
     const auto bytes = planeBytes(first.width, first.height, first.channels);
     if (!bytes) throw std::bad_array_new_length();
     SampleBuffer samples(*bytes);
     if (*bytes > 0) std::memcpy(samples.data(), first.imageData, *bytes);
     *dst = samples.release();
+    return tellRecord(first, wantInfo, width, height, channels, format, compression, cprRate,
+                      xResolution, yResolution);
+}
 
+int tellRecord(const tagImage& first, int wantInfo, int* width, int* height, int* channels,
+               char* format, char* compression, int* cprRate, double* xResolution,
+               double* yResolution) {
+    *width = first.width;
+    *height = first.height;
+    *channels = first.channels;
     if (wantInfo != 1) return 0;
     copyField(format, first.format);
     copyField(compression, first.compression);

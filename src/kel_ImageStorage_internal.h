@@ -8,3 +8,8 @@
 ///             place (a text of 8 or more characters loses its tail), and returns 0.0. Any other
 ///             value: returns the number of the first text and changes nothing.
 double TransResolution(char* resolutions, int mode);
+
+/// What Kel_CopyImageArr2One() tells of a record, without its samples. @return 0
+int tellRecord(const tagImage& first, int wantInfo, int* width, int* height, int* channels,
+               char* format, char* compression, int* cprRate, double* xResolution,
+               double* yResolution);

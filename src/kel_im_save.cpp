@@ -16,6 +16,7 @@ int im_SaveImage(imImage* image, const char* fileName, const char* format, int c
     if (cprType == 1) imFileSetInfo(file.get(), "RLE");
     if (cprType == 2 && std::strcmp(format, "TIFF") == 0) imFileSetInfo(file.get(), "CCITTFAX4");
     error = imFileSaveImage(file.get(), image);
+    if (error == IM_ERR_NONE) error = imFileFinish(file.get());
     if (error != IM_ERR_NONE) PrintError(error);
     return error;
 }

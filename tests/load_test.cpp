@@ -1,5 +1,6 @@
 // Loading image files: page selection, size limits, repairs, attributes, result codes and what
 // stays untouched; a path and a memory block always alike.
+#include <filesystem>
 #include <thread>
 
 #include "files_support.h"
@@ -327,6 +328,44 @@ TEST(Load, RecordsFromPages) {
     EXPECT_EQ(std::string(record.format), std::string(11, 'x'));
     EXPECT_EQ(Bytes(record.imageData, record.imageData + 12), channelImageOf(*grey));
     KelReleaseKelImage(&record);
+}
+
+// Every real file, from the disk and from memory, saved again in forms that keep every sample and
+// in one that does not; and what becomes of it when half of it is missing.
+TEST(Load, RealFilesSavedAgain) {
+    int files = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(KEL_TEST_DATA)) {
+        if (entry.path().extension() == ".md") continue;
+        SCOPED_TRACE(entry.path());
+        ++files;
+        Page page = load(entry.path().string());
+        ASSERT_EQ(page.result, 0);
+        const auto savedAs = [&](const char* format) {
+            const std::string path = scratchPath(std::string("again.") + format);
+            EXPECT_EQ(Kel_SaveImage(page.samples.data(), page.width, page.height, page.channels,
+                                    path.c_str(), format, 0),
+                      0);
+            return load(path);
+        };
+        for (const char* format : {"PNG", "TIFF", "BMP", "JP2", "PNM", "RAS", "SGI", "TGA", "PCX"})
+            EXPECT_EQ(savedAs(format).samples, page.samples) << format;
+        const Page jpeg = savedAs("JPEG");
+        ASSERT_EQ(jpeg.samples.size(), page.samples.size());
+        double error = 0.0;
+        for (size_t i = 0; i < page.samples.size(); ++i)
+            error += std::abs(jpeg.samples[i] - page.samples[i]);
+        if (page.width * page.height > 1000) {  // on a few coloured dots JPEG may be far off
+            EXPECT_LT(error / static_cast<double>(page.samples.size()), 12.0);
+        }
+
+        ::testing::internal::CaptureStderr();
+        Bytes bytes = fileBytes(entry.path().string());
+        bytes.resize(bytes.size() / 2);
+        const Page half = load(writeBytes("half", bytes));
+        EXPECT_TRUE(half.result == 0 || half.result == 1 || half.result == 5) << half.result;
+        ::testing::internal::GetCapturedStderr();
+    }
+    EXPECT_GE(files, 15);
 }
 
 TEST(Load, SideBySide) {

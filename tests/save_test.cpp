@@ -1,6 +1,11 @@
 // Saving and encoding: names of formats, special compressions, result codes, blocks of memory, and
 // the older loaders that read them back.
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
 
 #include "files_support.h"
 #include "kel_ImageFileOper.h"
@@ -143,6 +148,63 @@ TEST(Save, SpecialCompressions) {
     for (const auto& [format, type] :
          {std::pair{"PNG", 1}, {"JPEG", 1}, {"PNG", 2}, {"BMP", 3}, {"bmp", 1}, {"", 2}})
         EXPECT_EQ(Kel_SaveImage(data.data(), 20, 6, 1, "/no/such/folder", format, type), -5);
+}
+
+/// Lets no file of this process grow beyond a size, for as long as it lives.
+class FileSizeLimit {
+  public:
+    explicit FileSizeLimit(rlim_t bytes) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
+        getrlimit(RLIMIT_FSIZE, &before_);
+        const rlimit limit{bytes, before_.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~FileSizeLimit() {
+        setrlimit(RLIMIT_FSIZE, &before_);
+        std::signal(SIGXFSZ, handler_);
+    }
+
+  private:
+    void (*handler_)(int);
+    rlimit before_{};
+};
+
+TEST(Save, FilesAppearWholeOrNotAtAll) {
+    namespace fs = std::filesystem;
+    const fs::path folder = scratchPath("folder");
+    fs::remove_all(folder);
+    fs::create_directories(folder);
+    Bytes noise(Image({300, 200}, 1, 3).samples);
+    const auto save = [&](const fs::path& path, const char* format) {
+        return Kel_SaveImage(noise.data(), 300, 200, 1, path.c_str(), format, 0);
+    };
+    const Bytes old = {'o', 'l', 'd'};
+    const fs::path page = folder / "page", link = folder / "link", other = folder / "other";
+    writeBytes("folder/page", old);
+    fs::permissions(page, fs::perms::owner_all);
+    ::testing::internal::CaptureStderr();
+    EXPECT_EQ(save(page, "ICO"), IM_ERR_DATA);  // its images end at 256 pixels
+    for (const char* format : {"PNG", "TIFF", "BMP", "JPEG", "PNM", "GIF", "TGA"}) {
+        const FileSizeLimit limit(1000);
+        EXPECT_EQ(save(page, format), IM_ERR_ACCESS) << format;
+        EXPECT_EQ(save(folder / "new", format), IM_ERR_ACCESS) << format;
+    }
+    EXPECT_EQ(save(folder, "PNG"), IM_ERR_OPEN);
+    EXPECT_EQ(save("/proc/page.png", "PNG"), IM_ERR_OPEN);  // read-only, even to root
+    ::testing::internal::GetCapturedStderr();
+    EXPECT_EQ(fileBytes(page.string()), old);
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 1);
+
+    // A file that is replaced keeps its permissions, the links to it, and its other names.
+    fs::create_symlink(page, link);
+    EXPECT_EQ(save(link, "PNG"), 0);
+    EXPECT_EQ(seen(fileBytes(page.string())).samples, noise);
+    EXPECT_TRUE(fs::is_symlink(link));
+    EXPECT_EQ(fs::status(page).permissions(), fs::perms::owner_all);
+    fs::create_hard_link(page, other);
+    EXPECT_EQ(save(page, "BMP"), 0);
+    EXPECT_EQ(seen(fileBytes(other.string())).format, "BMP");
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 3);
+    fs::remove_all(folder);
 }
 
 TEST(Save, RecordsByTheirName) {

@@ -124,8 +124,15 @@ struct imFile;
 IM_API imFile* imFileOpen(const char* file_name, int* error);
 
 /// Makes an image file of the named format, such as "TIFF"; letters of either case. Arguments and
-/// result as imFileOpen. A file of that name is replaced.
+/// result as imFileOpen. A file of that name is replaced on closing, if all images could be saved;
+/// until then, and when one could not, it stays as it was.
 IM_API imFile* imFileNew(const char* file_name, const char* format, int* error);
+
+/// Puts a file that was made for writing under its name. imFileClose does it as well, but cannot
+/// tell that it failed. Nothing may be saved after this.
+/// @return IM_ERR_NONE, also for a file that was opened for reading; IM_ERR_ACCESS when no image was
+///         saved, one was saved in part, or the bytes could not be written
+IM_API int imFileFinish(imFile* file);
 
 /// Closes a file and gives it back. Null is let through.
 IM_API void imFileClose(imFile* file);

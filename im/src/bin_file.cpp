@@ -1,62 +1,18 @@
-// Binary files on the disk and in memory, the choice between them, and their public calls.
+// Binary files in memory, the choice between these and the disk, and their public calls.
 #include "bin_file.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <new>
 
+#include "disk_file.h"
+
 namespace im {
 namespace {
 
 thread_local int currentModule = IM_FILE;
-
-class DiskFile : public BinaryFile {
-  public:
-    DiskFile(int descriptor, uint64_t size) : descriptor_(descriptor), size_(size) {}
-    DiskFile(const DiskFile&) = delete;
-    DiskFile& operator=(const DiskFile&) = delete;
-    ~DiskFile() override { ::close(descriptor_); }
-
-    size_t read(void* to, size_t count) noexcept override {
-        size_t done = 0;
-        while (done < count) {
-            const ssize_t got = ::pread(descriptor_, static_cast<uint8_t*>(to) + done, count - done,
-                                        static_cast<off_t>(position_));
-            if (got < 0 && errno == EINTR) continue;
-            if (got <= 0) break;
-            done += static_cast<size_t>(got);
-            position_ += static_cast<uint64_t>(got);
-        }
-        return done;
-    }
-
-    bool write(const void* from, size_t count) noexcept override {
-        size_t done = 0;
-        while (done < count) {
-            const ssize_t put = ::pwrite(descriptor_, static_cast<const uint8_t*>(from) + done,
-                                         count - done, static_cast<off_t>(position_));
-            if (put < 0 && errno == EINTR) continue;
-            if (put <= 0) return false;
-            done += static_cast<size_t>(put);
-            position_ += static_cast<uint64_t>(put);
-            size_ = std::max(size_, position_);
-        }
-        return true;
-    }
-
-    uint64_t size() const noexcept override { return size_; }
-
-  private:
-    int descriptor_;
-    uint64_t size_;
-};
 
 size_t readFrom(Bytes bytes, uint64_t& position, void* to, size_t count) {
     if (position >= bytes.size) return 0;
@@ -157,18 +113,6 @@ class FilePart : public BinaryFile {
     uint64_t start_, size_;
 };
 
-std::unique_ptr<BinaryFile> openDisk(const char* path, int flags) {
-    const int descriptor = ::open(path, flags | O_CLOEXEC | O_NONBLOCK, 0666);
-    if (descriptor < 0) return nullptr;
-    struct stat about {};
-    // Only regular files have a size that the readers can rely on.
-    if (::fstat(descriptor, &about) != 0 || !S_ISREG(about.st_mode)) {
-        ::close(descriptor);
-        return nullptr;
-    }
-    return std::make_unique<DiskFile>(descriptor, static_cast<uint64_t>(about.st_size));
-}
-
 imBinMemoryFileName& recordBehind(const char* name) {
     // The memory module's names are records in disguise.
     return *reinterpret_cast<imBinMemoryFileName*>(const_cast<char*>(name));  // NOLINT
@@ -178,7 +122,7 @@ imBinMemoryFileName& recordBehind(const char* name) {
 
 std::unique_ptr<BinaryFile> openBinaryFile(const char* name) {
     if (name == nullptr) return nullptr;
-    if (currentModule == IM_FILE) return openDisk(name, O_RDONLY);
+    if (currentModule == IM_FILE) return openDiskFile(name);
     const imBinMemoryFileName& record = recordBehind(name);
     if (record.buffer == nullptr || record.size < 1) return nullptr;
     return std::make_unique<MemoryReader>(Bytes{record.buffer, static_cast<size_t>(record.size)});
@@ -186,7 +130,7 @@ std::unique_ptr<BinaryFile> openBinaryFile(const char* name) {
 
 std::unique_ptr<BinaryFile> createBinaryFile(const char* name) {
     if (name == nullptr) return nullptr;
-    if (currentModule == IM_FILE) return openDisk(name, O_RDWR | O_CREAT | O_TRUNC);
+    if (currentModule == IM_FILE) return createDiskFile(name);
     return std::make_unique<MemoryWriter>(recordBehind(name));
 }
 
@@ -235,6 +179,7 @@ imBinFile* imBinFileNew(const char* file_name) try {
 
 void imBinFileClose(imBinFile* file) {
     const std::unique_ptr<imBinFile> owned(file);
+    if (owned != nullptr) owned->bytes->finish();
 }
 
 int imBinFileSize(imBinFile* file) {

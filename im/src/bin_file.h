@@ -27,6 +27,9 @@ class BinaryFile {
     virtual size_t read(void* to, size_t count) noexcept = 0;
     /// Writes all of `count` bytes, or tells that it could not.
     virtual bool write(const void* from, size_t count) noexcept = 0;
+    /// Puts a file that was made in its place, whole; one that goes without this leaves no trace.
+    /// False when that failed, or any write before.
+    virtual bool finish() noexcept { return true; }
     /// Moves the position. Reading beyond the end gives nothing; writing there fills up with 0.
     void seek(uint64_t position) noexcept { position_ = position; }
     uint64_t tell() const noexcept { return position_; }

@@ -124,8 +124,16 @@ imFile* imFileNew(const char* file_name, const char* format, int* error) {
     return handOut(code, std::move(file), error);
 }
 
+int imFileFinish(imFile* file) {
+    if (file == nullptr || file->writer == nullptr) return IM_ERR_NONE;
+    file->writer.reset();
+    const bool whole = file->written > 0 && !file->broken;
+    return whole && file->source.bytes->finish() ? IM_ERR_NONE : IM_ERR_ACCESS;
+}
+
 void imFileClose(imFile* file) {
     const std::unique_ptr<imFile> owned(file);
+    imFileFinish(file);
 }
 
 void imFileGetInfo(imFile* file, char* format, char* compression, int* image_count) {

@@ -1,29 +1,16 @@
-// The subcommands of kelpage. Each returns the program's exit status: 0, or 1 when a file failed.
+// The subcommands of kelpage, one per file. Each call adds its command to the program; when a
+// person chooses that command, it runs during parsing and leaves the exit status in `status`: 0, or
+// 1 when a file failed (the others are still done).
 #pragma once
 
-#include <optional>
-#include <string>
-#include <vector>
+#include <CLI/CLI.hpp>
 
 namespace kelpage {
 
-struct BinarizeArguments {
-    std::vector<std::string> inputs;
-    std::string output;
-    int method = 2;
-    std::optional<int> thres, blockSize, param1;
-    bool invert = false;
-};
-
-/// Binarizes each input; a file that fails is reported and the others are still done.
-int runBinarize(const BinarizeArguments& arguments);
-
-struct SheetArguments {
-    std::vector<std::string> inputs;
-    std::string folder;
-};
-
-/// Binarizes each input by every method and writes an HTML contact sheet of the results.
-int runSheet(const SheetArguments& arguments);
+void addBinarize(CLI::App& app, int& status);
+void addConvert(CLI::App& app, int& status);
+void addInfo(CLI::App& app, int& status);
+void addRoad(CLI::App& app, int& status);
+void addSheet(CLI::App& app, int& status);
 
 }  // namespace kelpage

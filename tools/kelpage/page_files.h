@@ -28,6 +28,7 @@ struct ReleaseSamples {
 struct Page {
     kelSize size{};
     int channels = 0;
+    double xDpi = 0.0, yDpi = 0.0;  ///< 0 where the file tells none
     std::unique_ptr<unsigned char[], ReleaseSamples> samples;
 
     size_t planeBytes() const {
@@ -38,14 +39,29 @@ struct Page {
 /// A page with room for `channels` planes.
 Page makePage(kelSize size, int channels);
 
-/// Reads an image file: grey files as one plane, others as three.
+/// Reads a page of an image file: grey and binary ones as one plane, others as three. Samples of 16
+/// bits lose their lower half.
+/// @param number counted from 1
+/// @param limit  a larger page is scaled down to fit; 0 by 0 is none. Pages after the first always
+///               come within 4096 by 4096
 /// @throws FileError
-Page loadPage(const fs::path& file);
+Page loadPage(const fs::path& file, int number = 1, kelSize limit = {0, 0});
+
+/// Compression by its number in the library's savers.
+enum class Compression { usual = 0, rle = 1, ccittFax4 = 2, none = 3 };
 
 /// Writes a page as the extension of `file` says. The file appears whole or not at all.
 /// @param inputs files that must not be overwritten
 /// @throws FileError
-void savePage(const Page& page, const fs::path& file, const std::vector<fs::path>& inputs);
+void savePage(const Page& page, const fs::path& file, const std::vector<fs::path>& inputs,
+              Compression compression = Compression::usual);
+
+/// Throws for a name without an image format, and for one of the inputs.
+/// @throws FileError
+void requireWritableName(const fs::path& file, const std::vector<fs::path>& inputs);
+
+/// The extension in small letters, with its dot.
+std::string lowerExtension(const fs::path& file);
 
 /// True for a folder; false for anything else, and for what cannot be looked at.
 bool isFolder(const fs::path& path);

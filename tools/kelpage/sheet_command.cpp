@@ -5,6 +5,7 @@
 #include <exception>
 #include <fstream>
 #include <iostream>
+#include <memory>
 #include <sstream>
 
 #include "commands.h"
@@ -184,13 +185,10 @@ std::string html(const std::vector<Row>& rows) {
     return out.str();
 }
 
-}  // namespace
-
-int runSheet(const SheetArguments& arguments) {
-    const Inputs inputs = collectFiles(arguments.inputs);
+int run(const std::vector<std::string>& names, const fs::path& folder) {
+    const Inputs inputs = collectFiles(names);
     const std::vector<fs::path>& files = inputs.files;
     if (files.empty()) return 1;
-    const fs::path folder = arguments.folder;
     try {
         makeFolder(folder);
     } catch (const FileError& error) {
@@ -226,6 +224,19 @@ int runSheet(const SheetArguments& arguments) {
     std::cout << rows.size() << (rows.size() == 1 ? " page, " : " pages, ") << methods().size()
               << " methods: " << sheet.string() << "\n";
     return failed ? 1 : 0;
+}
+
+}  // namespace
+
+void addSheet(CLI::App& app, int& status) {
+    CLI::App* command = app.add_subcommand(
+        "sheet", "Show pages binarized by every method, side by side, as an HTML contact sheet");
+    const auto inputs = std::make_shared<std::vector<std::string>>();
+    const auto folder = std::make_shared<std::string>();
+    command->add_option("IN", *inputs, "Image files, or folders of them")->required();
+    command->add_option("-o,--output", *folder, "Folder for the sheet and its pictures")
+        ->required();
+    command->callback([inputs, folder, &status] { status = run(*inputs, *folder); });
 }
 
 }  // namespace kelpage
