@@ -1,22 +1,39 @@
-// Projections beside OpenCV's reduction.
+// Projections beside OpenCV's reduction, the skew search beside Leptonica's and its own plain form.
 #include <opencv2/imgproc.hpp>
 
+#include <cmath>
 #include <memory>
 
 #include "bench_pages.h"
 #include "bench_rows.h"
 #include "cv_handles.h"
+#include "kel_CalAngle.h"
 #include "kel_PatternAnalysis.h"
+#include "leptonica_pages.h"
+#include "parallel.h"
 
 namespace bench {
 namespace {
 
 using kel::detail::planeMat;
 
-Bytes binaryOf(const PageSet& page) {
+/// The page's ink, turned by some degrees.
+Bytes binaryOf(const PageSet& page, double degrees) {
+    const double radians = degrees * CV_PI / 180.0, c = std::cos(radians), s = std::sin(radians);
+    const auto [w, h] = page.size;
     Bytes binary(page.area());
-    for (size_t i = 0; i < binary.size(); ++i)
-        binary[i] = page.grey[i] < 150 ? 255 : 0;
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            const double dx = x - w / 2.0, dy = y - h / 2.0;
+            const int fromX = static_cast<int>(std::lround(c * dx + s * dy + w / 2.0));
+            const int fromY = static_cast<int>(std::lround(c * dy - s * dx + h / 2.0));
+            const bool inside = fromX >= 0 && fromX < w && fromY >= 0 && fromY < h;
+            const auto at = [w = w](int column, int row) {
+                return static_cast<size_t>(row) * static_cast<size_t>(w) +
+                       static_cast<size_t>(column);
+            };
+            binary[at(x, y)] = inside && page.grey[at(fromX, fromY)] < 150 ? 255 : 0;
+        }
     return binary;
 }
 
@@ -48,13 +65,88 @@ void addProjectionRows(const PageSet& page, const std::shared_ptr<Bytes>& binary
     }
 }
 
+constexpr double kRange = 10.0, kAccuracy = 0.1;
+
+/// The search as it is defined, pixel by pixel.
+double plainSearch(const Bytes& page, kelSize size) {
+    const auto [w, h] = size;
+    const int count = static_cast<int>(std::sqrt(double(w * w + h * h))) + 10;
+    std::vector<int> bins(static_cast<size_t>(count));
+    double step = kRange, centre = 0.0;
+    for (int half : {5, 5, 2, 2}) {
+        step /= half;
+        int best = 0;
+        double bestAngle = 0.0;
+        for (int i = -half; i <= half; ++i) {
+            const double angle = i * step + centre, radians = 3.1415926 * (angle / 180.0);
+            const int s = static_cast<int>(std::sin(-radians) * 32768.0);
+            const int c = static_cast<int>(std::cos(radians) * 32768.0);
+            std::fill(bins.begin(), bins.end(), 0);
+            const unsigned char* sample = page.data();
+            for (int y = 0; y < h; ++y) {
+                int p = (y - h / 2) * c + (count << 14) - (w / 2) * s;
+                for (int x = 0; x < w; ++x, p += s)
+                    if (*sample++ == 255)
+                        ++bins[static_cast<size_t>(angle == 0.0 ? (count - h) / 2 + y : p >> 15)];
+            }
+            uint32_t sum = 0;
+            for (size_t k = 0; k + 1 < bins.size(); ++k) {
+                const auto difference = static_cast<uint32_t>(bins[k + 1] - bins[k]);
+                sum += difference * difference;
+            }
+            const auto score = static_cast<int32_t>(sum);
+            if (i > -half && score <= best) continue;
+            best = score;
+            bestAngle = angle;
+        }
+        centre = bestAngle;
+    }
+    return centre;
+}
+
+void addSkewRows(const PageSet& page, const char* name, const std::shared_ptr<Bytes>& binary) {
+    const kelSize size = page.size;
+    auto angle = std::make_shared<double>();
+    const auto search = [=](int threads) {
+        kel::detail::forceTeamSize(threads);
+        KelDetectDocumentAngle(binary->data(), size.width, size.height, kRange, kAccuracy,
+                               angle.get());
+    };
+    const auto alone = [=] { search(1); };
+    const auto plain = [=] { return plainSearch(*binary, size); };
+    const auto equal = [=] {
+        alone();
+        return *angle == plain();
+    };
+    const PixHandle pix = owned(pixThresholdToBinary(pixOf(*binary, size).get(), 128));
+    const auto leptonica = [=](int sweepReduction, int searchReduction) {
+        return [=] {
+            float theirs = 0, confidence = 0;
+            pixFindSkewSweepAndSearch(pix.get(), &theirs, &confidence, sweepReduction,
+                                      searchReduction, static_cast<float>(kRange), 1.0F,
+                                      static_cast<float>(kAccuracy));
+        };
+    };
+    addRow({"KelDetectDocumentAngle", page.name + name, alone, "Leptonica, by 2 and 1",
+            leptonica(2, 1), 1.0, equal});
+    addRow({"KelDetectDocumentAngle", page.name + name, alone, "Leptonica, by 4 and 2",
+            leptonica(4, 2), 1.0, equal});
+    addRow({"KelDetectDocumentAngle", page.name + name, alone, "its plain form",
+            [=] { *angle = plain(); }, 0.12, equal});
+    addRow({"KelDetectDocumentAngle, two threads", page.name + name, [=] { search(2); },
+            "one thread", alone, 1 / 1.6, equal, true});
+}
+
 }  // namespace
 
 void addAnalysisRows() {
     for (const PageSet& page : pages()) {
-        const auto binary = std::make_shared<Bytes>(binaryOf(page));
+        const auto binary = std::make_shared<Bytes>(binaryOf(page, 2.3));
         addProjectionRows(page, binary);
+        addSkewRows(page, " skewed", binary);
     }
+    const PageSet& page = pages().back();
+    addSkewRows(page, " straight", std::make_shared<Bytes>(binaryOf(page, 0.0)));
 }
 
 }  // namespace bench

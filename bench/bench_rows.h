@@ -19,6 +19,7 @@ struct Row {
     Call peer;
     double bar;                   ///< ours is to take at most this many times the peer's time
     std::function<bool()> equal;  ///< compares our result with a plain form; run before timing
+    bool wall = false;            ///< time on the wall counts: for work on several threads
 };
 
 /// Adds a row; called by the files of each subject.
@@ -35,6 +36,7 @@ void addImFileRows();
 void addBinarizeRows();
 void addImProcessRows();
 void addAnalysisRows();
+void addAreaRows();
 
 /// Prints how much memory the operations take.
 void printMemoryTable();

@@ -5,6 +5,7 @@
 
 #include "kel_ArrayProperties.h"
 #include "kel_CalAngle.h"
+#include "kel_ConnectArea.h"
 #include "kel_ImageBasicProcess.h"
 #include "kel_ImageFileOper.h"
 #include "kel_ImageStorage.h"

@@ -26,13 +26,15 @@ struct BorderWalk {
     const uint8_t* before;
     size_t stride;
     int rows;
-    int column;         ///< the tile's columns to the left of the border in the first row,
-    int last;           ///< and those to the left of its last place
-    int step;           ///< 1 or -1
-    int rest;           ///< the border moves on when this falls below 0:
-    int fall;           ///< by so much with every row, while
-    int rise;           ///< it gains so much with every move; at least `fall`
-    uint16_t* sums[2];  ///< may be written to for 15 rows beyond the last
+    int column;     ///< the tile's columns to the left of the border in the first row,
+    int last;       ///< and those to the left of its last place
+    int step;       ///< 1 or -1
+    int firstRows;  ///< rows until the border first moves, at least 1
+    int each;       ///< and those between later moves; one more whenever the remainder, grown
+    int remainder;  ///< by `over`, has reached `whole`, which it then loses
+    int over;
+    int whole;
+    uint16_t* sums[2];  ///< may be written to for 31 rows beyond the last
 };
 
 /// The kernels of one level. `count` is in samples (pixels); any value from 0 on.
@@ -92,8 +94,18 @@ struct RowKernels {
     /// Means of 2 by 2 samples, halves up: `count` of them from two rows. No overlap.
     void (*halve)(const uint8_t* above, const uint8_t* below, uint8_t* means, size_t count);
 
-    /// The total of the samples.
-    uint64_t (*sum)(const uint8_t* samples, size_t count);
+    /// packNonZero for the samples that are 255.
+    size_t (*packFull)(const uint8_t* samples, uint64_t* words, size_t count);
+
+    /// A bit is set where a number is not that before it; 0 stands before the first. The bits
+    /// beyond `count` are 0.
+    void (*packChanges)(const int32_t* numbers, uint64_t* words, size_t count);
+
+    uint64_t (*sumOf)(const uint8_t* samples, size_t count);
+
+    /// `value` where the mark of a sample is `mark`. No overlap.
+    void (*paintMarked)(const uint8_t* marks, uint8_t mark, uint8_t value, uint8_t* samples,
+                        size_t count);
 
     /// The number of samples equal to `value`.
     size_t (*countEqual)(const uint8_t* samples, size_t count, uint8_t value);
@@ -105,15 +117,12 @@ struct RowKernels {
     void (*countColumnsEqual)(const uint8_t* plane, size_t width, size_t height, uint8_t value,
                               int32_t* counts);
 
-    /// packNonZero() for samples equal to `value`; counts no runs.
-    void (*packEqual)(const uint8_t* samples, uint8_t value, uint64_t* words, size_t count);
-
     /// Tabulates 16 packed rows of `groups` bytes; they start `rowBytes` apart.
     void (*tabulateInk)(const uint8_t* packed, size_t rowBytes, size_t groups,
                         const InkGroups& out);
 
     /// Adds, for each row, the bits to the left of the border to one of its two sums, modulo 2^16.
-    /// Reads up to 15 rows beyond the last.
+    /// Reads up to 31 rows beyond the last.
     void (*sumAlongBorder)(const BorderWalk& walk);
 };
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 
 #include "parallel.h"
 #include "plane_view.h"
@@ -10,11 +9,11 @@
 namespace kel::detail {
 namespace {
 
-constexpr int kBandRows = 128;
+constexpr int kBandRows = 256;
 constexpr int kTileColumns = 256;
 constexpr int kBlockRows = 16;  // tabulated at a time
 constexpr size_t kTileGroups = kTileColumns / 8;
-constexpr int kOverhang = 16;  // entries that the kernels may touch beyond the last
+constexpr int kOverhang = 32;  // entries that the kernels may touch beyond the last
 
 constexpr int kFractionBits = 15;
 constexpr int kOne = 1 << kFractionBits;
@@ -44,8 +43,9 @@ InkTable::InkTable(const unsigned char* image, int w, int h, int threads)
       before_(bands_ * groups_ * kBandRows + kOverhang),
       tileTotals_(bands_ * tiles_ * kBandRows),
       rowTotals_(static_cast<size_t>(std::max(h, 0))),
-      inked_(bands_ * tiles_) {
-    runRows(threads, static_cast<int>(bands_), [&](RowRange range) {
+      inkedRows_(bands_ * tiles_) {
+    const auto bands = static_cast<int>(bands_);
+    runRows(std::min(threads, bands), bands, [&](RowRange range) {
         for (int band = range.first; band < range.end; ++band)
             tabulateBand(image, band);
     });
@@ -61,44 +61,45 @@ void InkTable::tabulateBand(const unsigned char* image, int band) {
     WorkBuffer<uint64_t> packed(words * kBandRows);
     std::fill(packed.data() + words * static_cast<size_t>(rows), packed.data() + packed.size(), 0);
     for (int y = 0; y < rows; ++y)
-        kernels.packEqual(plane.row(firstRow + y), 255,
-                          packed.data() + words * static_cast<size_t>(y), width);
+        kernels.packFull(plane.row(firstRow + y), packed.data() + words * static_cast<size_t>(y),
+                         width);
     if (std::all_of(packed.data(), packed.data() + packed.size(), [](uint64_t w) { return !w; }))
         return;
 
     const size_t groupsBefore = static_cast<size_t>(band) * groups_ * kBandRows;
     const size_t tilesBefore = static_cast<size_t>(band) * tiles_;
     uint16_t* const totals = tileTotals_.data() + tilesBefore * kBandRows;
-    for (size_t y = 0; y < kBandRows; y += kBlockRows)
+    for (size_t y = 0; y < static_cast<size_t>(rows); y += kBlockRows)
         kernels.tabulateInk(reinterpret_cast<const uint8_t*>(packed.data() + y * words), words * 8,
                             groups_,
                             {bits_.data() + groupsBefore + y, before_.data() + groupsBefore + y,
                              kBandRows, totals + y});
     for (size_t tile = 0; tile < tiles_; ++tile) {
-        uint32_t ink = 0;
-        for (int y = 0; y < rows; ++y) {
+        InkedRows& inked = inkedRows_[tilesBefore + tile];
+        for (int y = rows; y-- > 0;) {
             const uint16_t total = totals[tile * kBandRows + static_cast<size_t>(y)];
-            ink += total;
             rowTotals_[static_cast<size_t>(firstRow + y)] += total;
+            if (total == 0) continue;
+            inked.first = y;
+            if (inked.end == 0) inked.end = y + 1;
         }
-        inked_[tilesBefore + tile] = ink > 0;
     }
 }
 
 template <class Visit>
 void InkTable::forInkedTiles(const Visit& visit) const {
-    for (size_t band = 0; band < bands_; ++band) {
-        const int y = static_cast<int>(band) * kBandRows;
+    for (size_t band = 0; band < bands_; ++band)
         for (size_t t = 0; t < tiles_; ++t) {
             const size_t index = band * tiles_ + t;
-            if (inked_[index] == 0) continue;
+            const auto [first, end] = inkedRows_[index];
+            if (first == end) continue;
             const int x = static_cast<int>(t) * kTileColumns;
             const size_t group = (band * groups_ + t * kTileGroups) * kBandRows;
-            visit(Tile{x, y, std::min(kTileColumns, width_ - x), std::min(kBandRows, height_ - y),
-                       bits_.data() + group, before_.data() + group,
-                       tileTotals_.data() + index * kBandRows});
+            visit(Tile{x, static_cast<int>(band) * kBandRows + first,
+                       std::min(kTileColumns, width_ - x), end - first,
+                       bits_.data() + group + first, before_.data() + group + first,
+                       tileTotals_.data() + index * kBandRows + first});
         }
-    }
 }
 
 /// The projection of whole tiles, for slopes of less than one bin a column.
@@ -111,7 +112,12 @@ void InkTable::forInkedTiles(const Visit& visit) const {
 /// tile. Sums wrap at 2^16, and so do their differences, which are below it.
 class InkTable::SlantedSums {
   public:
-    SlantedSums(int c, int s, int binCount) : d_(kOne - c), s_(s), kernels_(rowKernels()) {
+    SlantedSums(int c, int s, int binCount)
+        : d_(kOne - c),
+          s_(s),
+          each_(std::abs(s) / d_),
+          over_(std::abs(s) % d_),
+          kernels_(rowKernels()) {
         for (auto* sums : {&borders_[0], &borders_[1], &ends_})
             sums->resize(static_cast<size_t>(binCount) + 1 + kOverhang);
     }
@@ -200,13 +206,16 @@ class InkTable::SlantedSums {
                                  column,
                                  lastColumn,
                                  s_ > 0 ? 1 : -1,
-                                 rest,
+                                 rest / d_ + 1,
+                                 each_,
+                                 rest % d_,
+                                 over_,
                                  d_,
-                                 std::abs(s_),
                                  {sums[0], sums[1]}});
     }
 
     int d_, s_;
+    int each_, over_;  ///< rows from one move of a border to the next, and the rest of the division
     const RowKernels& kernels_;
     std::vector<uint16_t> borders_[2], ends_;
 };

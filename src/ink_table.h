@@ -1,9 +1,9 @@
 // The ink of a page in a form that is projected onto slanted axes quickly.
 //
-// The page is cut into bands of 128 rows, and those into tiles of 256 columns. A table holds, for
+// The page is cut into bands of 256 rows, and those into tiles of 256 columns. A table holds, for
 // every row and every group of 8 columns, the group's bits and how many bits the tile has to its
-// left: the ink of a row up to any column is then two bytes away, for many rows at once. Tiles
-// without ink are left out.
+// left: the ink of a row up to any column is then two bytes away, for many rows at once. What lies
+// above and below the ink of a tile is left out, and so are tiles without ink.
 #pragma once
 
 #include <cstddef>
@@ -32,6 +32,9 @@ class InkTable {
 
   private:
     struct Tile;
+    struct InkedRows {
+        int first = 0, end = 0;
+    };
     class SlantedSums;
 
     void tabulateBand(const unsigned char* image, int band);
@@ -44,7 +47,7 @@ class InkTable {
     WorkBuffer<uint8_t> bits_, before_;
     WorkBuffer<uint16_t> tileTotals_;  ///< by band, tile and row
     std::vector<uint32_t> rowTotals_;
-    std::vector<uint8_t> inked_;  ///< by band and tile
+    std::vector<InkedRows> inkedRows_;  ///< by band and tile, counted in the band
 };
 
 }  // namespace kel::detail

@@ -32,7 +32,7 @@ int KelImageProjcet(unsigned char* image, kelSize size, int* out, char direction
     const auto width = static_cast<size_t>(size.width);
     if (direction == 'H') {
         for (int y = 0; y < size.height; ++y)
-            out[y] = static_cast<int>(static_cast<double>(kernels.sum(plane.row(y), width)) /
+            out[y] = static_cast<int>(static_cast<double>(kernels.sumOf(plane.row(y), width)) /
                                       size.width);
         return 0;
     }

@@ -97,6 +97,44 @@ TEST_P(Levels, BitsSumsAndHalves) {
     }
 }
 
+TEST_P(Levels, FullSamplesChangesTotalsAndMarks) {
+    for (unsigned n = 0; n <= 200; ++n) {
+        const unsigned start = n % 5;
+        const Bytes in = test::randomBytes(n + 8, n, 254, n % 2 == 0 ? 2 : 60);
+        const Bytes marks = test::randomBytes(n + 8, n + 1000, 99, 3);
+        std::vector<int32_t> numbers(n + 1);
+        for (unsigned i = 1; i < n; ++i)
+            numbers[i] = i % 7 == 0 ? numbers[i - 1] + 1 : numbers[i - 1];
+        const size_t words = (n + 63) / 64;
+        Guarded full(8 * words), changes(8 * words), painted(in);
+        const size_t runs =
+            kernels.packFull(&in[start], reinterpret_cast<uint64_t*>(full.data()), n);
+        kernels.packChanges(&numbers[n > 100], reinterpret_cast<uint64_t*>(changes.data()), n);
+        kernels.paintMarked(&marks[start], 100, 77, painted.data() + start, n);
+        const auto isFull = [&](unsigned i) { return in[start + i] == 255; };
+        size_t starts = 0;
+        uint64_t total = 0;
+        Bytes expected = in;
+        for (unsigned i = 0; i < 64 * words; ++i) {
+            const auto bitOf = [i](Guarded& bits) {
+                return (bits.data()[i / 8] >> i % 8 & 1) != 0;
+            };
+            const int32_t* const number = &numbers[n > 100];
+            ASSERT_EQ(bitOf(full), i < n && isFull(i)) << n << " at " << i;
+            ASSERT_EQ(bitOf(changes), i < n && number[i] != (i > 0 ? number[i - 1] : 0)) << n;
+            if (i >= n) continue;
+            starts += isFull(i) && (i == 0 || !isFull(i - 1));
+            total += in[start + i];
+            if (marks[start + i] == 100) expected[start + i] = 77;
+        }
+        ASSERT_EQ(runs, starts) << n;
+        ASSERT_EQ(kernels.sumOf(&in[start], n), total) << n;
+        ASSERT_EQ(painted.bytes(), expected) << n;
+        full.bytes();
+        changes.bytes();
+    }
+}
+
 /// Calls check(r, g, b) with planes of 65536 samples, which together hold every triple.
 template <class Check>
 void forEveryTriple(Check check) {
