@@ -1,6 +1,6 @@
 /// @file kel_ImageBasicProcess.h
 /// Basic processing of channel images: files through OpenCV, copy and crop, colour conversion,
-/// thresholds and the binarization dispatcher.
+/// thresholds and the binarization dispatcher; brightness, sensor calibration, products, filters.
 ///
 /// All functions run on the caller's thread and may run at once on different images. Pointers are
 /// not checked. Rectangles are OpenCV's `CvRect`.
@@ -157,6 +157,259 @@ KEL_API int KelBinarizeImage(unsigned char* src, int channels, unsigned char* ds
 /// @param guide null, or a plane of the same size that takes the place of the neighbourhood means
 /// @return the threshold, 0 to 255; 190 when nothing splits or there is no interior
 KEL_API int KelAutoThresholdValue3(unsigned char* src, unsigned char* guide, kelSize size);
+
+/// @}
+/// @name Levels by iteration, whole-and-part thresholds
+/// A histogram is an array of 256 counts. Binary results are 255 where the sample is above the
+/// level, 0 elsewhere; `dst` has width*height bytes and may be `src`.
+/// @{
+
+/// Iterates a level until it is halfway between the mean of the samples above it and the mean of
+/// those below it (after T. W. Ridler and S. Calvard, "Picture thresholding using an iterative
+/// selection method", 1978; the level itself belongs to neither class).
+/// @param initial  the first level
+/// @param out      receives the level; untouched when a class is empty
+/// @param maxLevel highest level that counts, and the greatest number of rounds
+/// @return 1 at a fixed point; 0 when a class is empty or the rounds are used up. With `maxLevel`
+///         below 1 `out` receives `initial`, and the result is 0
+KEL_API int KelGetThreshold(int* hist, int lowest, int width, int height, unsigned char initial,
+                            unsigned char* out, int maxLevel);
+
+/// One round of KelGetThreshold() on the level in `thres`. `lowest`, `width` and `height` are not
+/// read, here and there.
+/// @return the absolute change of the level; -1 when the level is 0 or nothing lies below it; -2
+///         when it has reached `maxLevel` or nothing lies above it (`thres` is then untouched)
+KEL_API int KelCalThreshold(int* hist, int lowest, int width, int height, unsigned char* thres,
+                            int maxLevel);
+
+/// Binarizes a plane at the level of KelGetThreshold(), which starts halfway between the ends of
+/// the histogram.
+/// @param thres    receives the level used; the start or last level on failure
+/// @param offset   added to a level above `minThres`; the sum is clamped to 0..255
+/// @param minThres a level not above it is replaced by twice this number, as a byte
+/// @return 0, or -1 for an empty image or when no level was found (`dst` is then untouched)
+KEL_API int KelBinarize_qifa(unsigned char* src, kelSize size, unsigned char* dst,
+                             unsigned char* thres, int offset, int minThres);
+
+/// KelBinarize_qifa() with KelBinarizeThreshold_WholeAndPart() as its comparison.
+KEL_API int KelBinarize_qifa_WholeAndPart(unsigned char* src, kelSize size, unsigned char* dst,
+                                          unsigned char& thres, int offset, int minThres,
+                                          double lowRatio, double highRatio);
+
+/// Compares each sample with one of two multiples of a level: `thres * lowRatio` where the sample
+/// is not above the Gaussian mean of the 19 by 19 pixels round it, `thres * highRatio` elsewhere,
+/// each truncated and clamped to 0..255. An image with a side below 3 is compared with `thres`.
+/// @return 0, always
+KEL_API int KelBinarizeThreshold_WholeAndPart(unsigned char* src, unsigned char* dst, kelSize size,
+                                              unsigned char thres, double lowRatio,
+                                              double highRatio);
+
+/// Marks the pixels of a frame round the page that are darker than `thres` with 255, then lengthens
+/// each row's marks at the left and the right edge by one pixel. Nothing is ever cleared.
+///
+/// The frame is rows 0 to marginY-1, rows height-marginY-1 to height-2, the first `marginX` columns
+/// and the last `marginX`+1 ones; the whole page when a margin takes half of it or more. In a row
+/// without marks at its right edge the last pixel is marked, except in row 0.
+/// @param channels 1; any other value reads three planes, whose grey is (3098 R + 4186 G + 2496 B)
+///                 / 10000
+/// @param dst      one plane; must not overlap `src`
+/// @return 0, always; nothing is done when a margin is below 1
+KEL_API int KelBinarizePartArea(unsigned char* src, unsigned char* dst, int width, int height,
+                                int channels, int marginX, int marginY, int thres);
+
+/// @}
+/// @name Histograms and levels
+/// `hist` and `map` are arrays of 256 numbers; rates are shares of the samples, 0 to 1.
+/// @{
+
+/// Counts the samples of each level.
+/// @return 0, always
+KEL_API int KelCalHist(unsigned char* plane, kelSize size, int* hist);
+
+/// Finds the range of levels that is left when a share of the darkest and of the brightest samples
+/// is cut off, and stretches it over 1 to 255.
+/// @param total     number of samples in `hist`
+/// @param map       receives the stretched levels at those of the range; others are not touched
+/// @param lowLevel  the level just below the range, at least 0
+/// @param highLevel the level just above it, at most 255
+/// @return 0; -1, with nothing written, when an end is not found, the range has less than five
+///         levels or `total` is below 1
+KEL_API int KelHistSegProportion(int* hist, int total, double lowRate, double highRate, int* map,
+                                 int* lowLevel, int* highLevel);
+
+/// Stretches a plane's own range of levels (KelHistSegProportion()): what is at or beyond its ends
+/// becomes 0 and 255. A plane without such a range is copied.
+/// @param dst may be `src`
+/// @return 0, always
+KEL_API int KelColorLeversAdjust1D(unsigned char* src, unsigned char* dst, kelSize size,
+                                   double lowRate, double highRate);
+
+/// KelColorLeversAdjust1D() on a channel image.
+/// @param dst      may be `src`
+/// @param channels 1: `channel` is not read. Any other value: three planes
+/// @param channel  'R', 'G' or 'B' adjusts that plane and copies the others; any other character
+///                 adjusts each plane by itself
+/// @return 0, always
+KEL_API int KelAutoColorLeversAdjust(unsigned char* src, unsigned char* dst, kelSize size,
+                                     int channels, char channel, double lowRate, double highRate);
+
+/// The same with the size as two numbers.
+KEL_API int KelAutoColorLeversAdjust1(unsigned char* src, unsigned char* dst, int width, int height,
+                                      int channels, char channel, double lowRate, double highRate);
+
+/// Equalises a plane's histogram, shows both planes in the windows "source" and "result" and waits
+/// for a key. `dst` is complete before the windows show; it may be `src`. Without a display nothing
+/// is shown, and a line on standard error says so. Not for several threads at once.
+KEL_API void KelHistAver(unsigned char* src, unsigned char* dst, kelSize size);
+/// @name Brightness and gamma
+/// Images without pixels are left alone.
+/// @{
+
+/// The mean of a plane; 0.0 for one without pixels.
+KEL_API double KelBrightAver(unsigned char* plane, kelSize size);
+
+/// Adds `delta` to each sample of a plane, clamped to 0..255.
+/// @param dst may be `src`
+KEL_API void KelChangeBright(unsigned char* src, unsigned char* dst, kelSize size, int delta);
+
+/// Changes the brightness of a colour image, by shifts or by a curve.
+///
+/// | `mode`       | operation                                                                     |
+/// |--------------|-------------------------------------------------------------------------------|
+/// | 999 or less  | shifts each plane towards a target mean, truncated and clamped, in one pass:  |
+/// |              | `mode` is the target of red, then green and blue                              |
+/// | 1001         | the curve on one plane                                                        |
+/// | 1003         | the curve on the luminance of three planes                                    |
+/// | other        | nothing                                                                       |
+///
+/// The curve runs straight from (0, 0) to (knee, target) and as a parabola on to (255, 255). A
+/// curve without 1 <= knee <= 254, target <= 255 and knee < target leaves `dst` untouched.
+/// @param greenOrKnee  target mean of green, or the curve's knee
+/// @param blueOrTarget target mean of blue, or the level that the knee maps to
+/// @param dst          three planes (mode 1001: one); may be `src`
+KEL_API void KelChangeBrightRGB(unsigned char* src, unsigned char* dst, kelSize size, int mode,
+                                int greenOrKnee, int blueOrTarget);
+
+/// Maps each sample of a plane to pow(sample / m, 1 / gamma) * m, truncated and clamped, where m is
+/// the plane's largest sample. A plane of zeros is copied.
+/// @param dst may be `src`
+KEL_API void KelGammaCorrect(unsigned char* src, unsigned char* dst, kelSize size, double gamma);
+
+/// Maps each sample of a plane to pow(sample / 255, gamma) * 255, truncated and clamped. Not the
+/// inverse of KelGammaCorrect(), whose scale is the plane's own.
+/// @param dst may be `src`
+KEL_API void KelAntiGammaCorrect(unsigned char* src, unsigned char* dst, kelSize size,
+                                 double gamma);
+
+/// The library's weighted grey value of one point: (3098 r + 4186 g + 2496 b) / 10000, truncated.
+/// It is not the luminance; white gives 249.
+KEL_API int KelRgb2Grey(int r, int g, int b);
+
+/// @}
+/// @name Sensor calibration
+/// @{
+
+/// Calibrates a colour scan of a contact image sensor: resamples the interior of each plane with a
+/// kernel of its own, red a quarter of a row and half a column before its place, green half a row,
+/// blue three quarters of a row and half a column. The outermost rows and columns are copied.
+/// @param dst three planes; may be `src`
+/// @return 0, always
+KEL_API int KelCISColorCalibrate(unsigned char* src, unsigned char* dst, int width, int height);
+
+/// @}
+/// @name Products of images and removal of a colour
+/// One plane pairs up with each of three; equal channel counts pair up plane by plane. Pixels are
+/// combined in place: `dst` may be the image that has as many planes.
+/// @{
+
+/// The product with 255 as unity: a * b / 255, truncated.
+/// @return 0; -1 when `dstChannels` is less than the larger channel count; -2 for counts that
+///         differ and are not 1 and 3
+KEL_API int KelHadamardImage1(unsigned char* a, int aChannels, unsigned char* b, int bChannels,
+                              unsigned char* dst, int dstChannels, kelSize size);
+
+/// Whitens by a mask: 255 where `b` is 255, `a` elsewhere.
+/// @return 0; -1 when `dstChannels` is not the larger channel count; -2 as KelHadamardImage1()
+KEL_API int KelHadamardImage2(unsigned char* a, int aChannels, unsigned char* b, int bChannels,
+                              unsigned char* dst, int dstChannels, kelSize size);
+
+/// Whitens the dark pixels of a three-plane image where a one-plane mask is 255: red becomes 255,
+/// and green and blue too unless one of them is above 219.
+/// @return 0, always
+KEL_API int KelHadamardImage3(unsigned char* a, unsigned char* mask, unsigned char* dst,
+                              kelSize size);
+
+/// Binarizes one plane of a colour image and whitens the image by it as KelHadamardImage2() does.
+/// @param dst     three planes; may be `src`
+/// @param channel 'R', 'G' or 'B' (capitals only)
+/// @param method,thres,block_size,param1 as for KelBinarizeImage(), with `isOpp` 0
+/// @return 0; -2 for another `channel`
+/// @throws cv::Exception as KelBinarizeImage()
+KEL_API int KelEliminateChannel1(unsigned char* src, unsigned char* dst, kelSize size, char channel,
+                                 int method, int thres, int block_size, int param1);
+
+/// The same by KelHadamardImage3().
+/// @return 0; -1 for another `channel`
+/// @throws cv::Exception as KelBinarizeImage()
+KEL_API int KelEliminateChannel2(unsigned char* src, unsigned char* dst, kelSize size, char channel,
+                                 int method, int thres, int block_size, int param1);
+
+/// @}
+/// @name Filters, morphology and framework
+/// Images without pixels are left alone. `dst` must not overlap `src` unless it is said that it
+/// may.
+/// @{
+
+/// Sharpens each plane: centre - strength * S in double precision, truncated and clamped, where
+/// S = NW + N + NE - 7 W + E + 2 SW + SE. The outermost rows and columns become 255.
+/// @param dst as many planes; may be `src`
+/// @return 0, always
+KEL_API int KelLaplace8(unsigned char* src, unsigned char* dst, kelSize size, int channels,
+                        double strength);
+
+/// The same with S = N + NE - 3 W + E + SW, whose weights do not add up to 0: uniform parts darken.
+/// @return 0, always
+KEL_API int KelLaplace4(unsigned char* src, unsigned char* dst, kelSize size, int channels,
+                        double strength);
+
+/// Morphology of one plane with a rectangle of 2 * radiusX + 1 by 2 * radiusY + 1, through OpenCV;
+/// the border is replicated.
+/// @param operation 1 closing, 2 opening, 3 dilation, 4 erosion; any other copies `src`
+/// @param dst       may be `src`
+/// @return 0, always
+/// @throws cv::Exception for a negative radius
+KEL_API int KelMorphology(unsigned char* src, unsigned char* dst, kelSize* size, int operation,
+                          int radiusX, int radiusY, int iterations);
+
+/// The number of samples equal to 255.
+KEL_API int KelCalArea(unsigned char* plane, kelSize size);
+
+/// Thins a binary image to a framework one pixel wide.
+///
+/// After T. Y. Zhang and C. Y. Suen, "A fast parallel algorithm for thinning digital patterns",
+/// 1984. Only samples of 255 are removed, but any other than 0 counts as present for its
+/// neighbours, and keeps its value; samples of 125 become 0 with the first removals.
+/// @param dst may be `src`
+/// @return 0, always
+KEL_API int KelExtractFrameworkMAT(unsigned char* src, int width, int height, unsigned char* dst);
+
+/// Sets the 3 by 3 block round each sample of 255 to 255 in `dst`, which is not cleared before.
+/// @return 0, always
+KEL_API int KelFillFramework(unsigned char* src, int width, int height, unsigned char* dst);
+
+/// Marks the contours of a binary image, outer ones and those of holes: 255 for the pixels that are
+/// not 0 and have a background pixel above, below, left or right, 0 for all others. The outermost
+/// rows and columns count as background.
+/// @return 0, always
+KEL_API int kel_Cal_EdgeImage(unsigned char* src, int width, int height, unsigned char* dst);
+
+/// Counts the samples equal to `value`; a value outside 0..255 finds none.
+/// @return 0, always
+KEL_API int kel_BinImg_EffPointNo(unsigned char* image, int width, int height, int value,
+                                  int* count);
+
+/// Counts the positions where `a` or `b` is 255 (`type` 0) or both are (any other `type`).
+KEL_API int kel_cal_total_num(unsigned char* a, unsigned char* b, int pixels, int type);
 
 /// @}
 

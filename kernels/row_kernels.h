@@ -8,6 +8,9 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "area_kernels.h"
+#include "enhance_kernels.h"
+
 namespace kel::detail {
 
 enum class CpuLevel { plain, avx2, best = avx2 };
@@ -94,12 +97,11 @@ struct RowKernels {
     /// Means of 2 by 2 samples, halves up: `count` of them from two rows. No overlap.
     void (*halve)(const uint8_t* above, const uint8_t* below, uint8_t* means, size_t count);
 
-    /// packNonZero for the samples that are 255.
-    size_t (*packFull)(const uint8_t* samples, uint64_t* words, size_t count);
+    /// `table[sample]` for each sample, from 256 entries. `out` may be `in`.
+    void (*lookUp)(const uint8_t* in, const uint8_t* table, uint8_t* out, size_t count);
 
-    /// A bit is set where a number is not that before it; 0 stands before the first. The bits
-    /// beyond `count` are 0.
-    void (*packChanges)(const int32_t* numbers, uint64_t* words, size_t count);
+    /// Adds the number of samples of each level to `counts`, which has 256 entries.
+    void (*countSamples)(const uint8_t* samples, uint32_t* counts, size_t count);
 
     uint64_t (*sumOf)(const uint8_t* samples, size_t count);
 
@@ -124,6 +126,12 @@ struct RowKernels {
     /// Adds, for each row, the bits to the left of the border to one of its two sums, modulo 2^16.
     /// Reads up to 31 rows beyond the last.
     void (*sumAlongBorder)(const BorderWalk& walk);
+    /// 255 where a sample exceeds its level, 0 elsewhere. The level is `whenMasked` where the mask
+    /// is not 0, `otherwise` elsewhere. `out` may be `in` or `mask`.
+    void (*thresholdByMask)(const uint8_t* in, const uint8_t* mask, uint8_t* out, size_t count,
+                            uint8_t otherwise, uint8_t whenMasked);
+    EnhanceKernels enhance;
+    AreaKernels area;
 };
 
 /// The kernels of the best level that the processor has and that is not above `atMost` or the

@@ -19,7 +19,7 @@ int labelPlane(const BytePlane& plane, PackForeground pack, int* labelBuf) {
 }  // namespace
 
 int KC_GenerateCALabelBuf(unsigned char* image, int w, int h, int* labelBuf) {
-    return labelPlane({image, w, w, h}, rowKernels().packFull, labelBuf);
+    return labelPlane({image, w, w, h}, rowKernels().area.packFull, labelBuf);
 }
 
 int KC_GenerateCALabelBuf_IplImage(IplImage* image, int* labelBuf) {

@@ -113,7 +113,7 @@ int kel_set_caArr_value(int* labelBuf, int w, int h, int caNum, kelConnectArea* 
     std::vector<uint64_t> changes((static_cast<size_t>(w) + 63) / 64);
     for (int y = 0; y < h; ++y) {
         const int* const row = labelBuf + static_cast<ptrdiff_t>(y) * w;
-        rowKernels().packChanges(row, changes.data(), static_cast<size_t>(w));
+        rowKernels().area.packChanges(row, changes.data(), static_cast<size_t>(w));
         int begin = 0;
         const auto endAt = [&](int x) {
             if (x > begin && row[begin] > 0) addRun(begin, x, y, caArr[row[begin]]);

@@ -124,7 +124,7 @@ int kel_del_small_big_spot_IplImage(IplImage* image, int minArea) {
 
 int kel_del_smallspot_uc(unsigned char* image, int w, int h, int minArea) {
     const PlaneView plane{image, w, h, w};
-    Spots spots(plane, rowKernels().packFull);
+    Spots spots(plane, rowKernels().area.packFull);
     if (spots.labels.regions.empty()) return 0;
     spots.keep(5, minArea);
     keepRunsOnly(spots, plane);

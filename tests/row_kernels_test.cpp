@@ -97,7 +97,7 @@ TEST_P(Levels, BitsSumsAndHalves) {
     }
 }
 
-TEST_P(Levels, FullSamplesChangesTotalsAndMarks) {
+TEST_P(Levels, FullSamplesChangesAndMarks) {
     for (unsigned n = 0; n <= 200; ++n) {
         const unsigned start = n % 5;
         const Bytes in = test::randomBytes(n + 8, n, 254, n % 2 == 0 ? 2 : 60);
@@ -108,12 +108,11 @@ TEST_P(Levels, FullSamplesChangesTotalsAndMarks) {
         const size_t words = (n + 63) / 64;
         Guarded full(8 * words), changes(8 * words), painted(in);
         const size_t runs =
-            kernels.packFull(&in[start], reinterpret_cast<uint64_t*>(full.data()), n);
-        kernels.packChanges(&numbers[n > 100], reinterpret_cast<uint64_t*>(changes.data()), n);
-        kernels.paintMarked(&marks[start], 100, 77, painted.data() + start, n);
+            kernels.area.packFull(&in[start], reinterpret_cast<uint64_t*>(full.data()), n);
+        kernels.area.packChanges(&numbers[n > 100], reinterpret_cast<uint64_t*>(changes.data()), n);
+        kernels.area.paintMarked(&marks[start], 100, 77, painted.data() + start, n);
         const auto isFull = [&](unsigned i) { return in[start + i] == 255; };
         size_t starts = 0;
-        uint64_t total = 0;
         Bytes expected = in;
         for (unsigned i = 0; i < 64 * words; ++i) {
             const auto bitOf = [i](Guarded& bits) {
@@ -124,14 +123,34 @@ TEST_P(Levels, FullSamplesChangesTotalsAndMarks) {
             ASSERT_EQ(bitOf(changes), i < n && number[i] != (i > 0 ? number[i - 1] : 0)) << n;
             if (i >= n) continue;
             starts += isFull(i) && (i == 0 || !isFull(i - 1));
-            total += in[start + i];
             if (marks[start + i] == 100) expected[start + i] = 77;
         }
         ASSERT_EQ(runs, starts) << n;
-        ASSERT_EQ(kernels.sumOf(&in[start], n), total) << n;
         ASSERT_EQ(painted.bytes(), expected) << n;
         full.bytes();
         changes.bytes();
+    }
+}
+
+TEST_P(Levels, TablesAndCounts) {
+    for (unsigned n = 0; n <= 600; n += n < 70 || n > 250 ? 1 : 7) {
+        const Bytes in = test::randomBytes(n + 5, n), table = test::randomBytes(256, n + 1);
+        const unsigned char* const p = &in[n % 5];
+        Guarded out(n), same(Bytes(p, p + n)), binary(n);
+        const Bytes mask = test::randomBytes(n + 1, n, 0, 2);
+        uint32_t counts[256] = {}, expected[256] = {};
+        kernels.lookUp(p, table.data(), out.data(), n);
+        kernels.lookUp(same.data(), table.data(), same.data(), n);
+        for (int twice = 0; twice < 2; ++twice)
+            kernels.countSamples(p, counts, n);
+        kernels.thresholdByMask(p, mask.data(), binary.data(), n, 130, 90);
+        for (unsigned i = 0; i < n; ++i) {
+            ASSERT_EQ(binary.data()[i], p[i] > (mask[i] != 0 ? 90 : 130) ? 255 : 0) << n;
+            ASSERT_EQ(out.data()[i], table[p[i]]) << n << " at " << i;
+            expected[p[i]] += 2;
+        }
+        ASSERT_EQ(same.bytes(), out.bytes()) << n << binary.bytes().size();
+        ASSERT_TRUE(std::equal(counts, counts + 256, expected)) << n;
     }
 }
 

@@ -1,33 +1,12 @@
 // Otsu's global threshold.
 #include <cstdint>
-#include <cstring>
 
 #include "im_process.h"
 #include "image.h"
+#include "kernels/row_kernels.h"
 
 namespace im {
 namespace {
-
-// Eight tables in turn, so that equal neighbours do not wait for each other.
-void countSamples(const uint8_t* samples, size_t count, uint32_t histogram[256]) {
-    uint32_t tables[8][256] = {};
-    size_t i = 0;
-    for (; i + 8 <= count; i += 8) {
-        uint64_t eight = 0;
-        std::memcpy(&eight, samples + i, sizeof eight);
-        for (auto& table : tables) {
-            ++table[eight & 255];
-            eight >>= 8;
-        }
-    }
-    for (; i < count; ++i)
-        ++tables[0][samples[i]];
-    for (int level = 0; level < 256; ++level) {
-        histogram[level] = 0;
-        for (const auto& table : tables)
-            histogram[level] += table[level];
-    }
-}
 
 __extension__ using Int128 = __int128;
 
@@ -68,8 +47,8 @@ int imProcessOtsuThreshold(const imImage* src, imImage* dst) {
     const size_t count = im::planeSamples(*src);
     const auto* const in = static_cast<const uint8_t*>(src->data[0]);
     auto* const out = static_cast<uint8_t*>(dst->data[0]);
-    uint32_t histogram[256];
-    im::countSamples(in, count, histogram);
+    uint32_t histogram[256] = {};
+    kel::detail::rowKernels().countSamples(in, histogram, count);
     const int level = im::otsuLevel(histogram, count);
     const auto highestBelow = static_cast<uint8_t>(level);  // bytes against bytes: half the time
     for (size_t i = 0; i < count; ++i)
