@@ -107,15 +107,13 @@ double plainSearch(const Bytes& page, kelSize size) {
 void addSkewRows(const PageSet& page, const char* name, const std::shared_ptr<Bytes>& binary) {
     const kelSize size = page.size;
     auto angle = std::make_shared<double>();
-    const auto search = [=](int threads) {
-        kel::detail::forceTeamSize(threads);
+    const auto search = [=] {
         KelDetectDocumentAngle(binary->data(), size.width, size.height, kRange, kAccuracy,
                                angle.get());
     };
-    const auto alone = [=] { search(1); };
     const auto plain = [=] { return plainSearch(*binary, size); };
     const auto equal = [=] {
-        alone();
+        search();
         return *angle == plain();
     };
     const PixHandle pix = owned(pixThresholdToBinary(pixOf(*binary, size).get(), 128));
@@ -127,19 +125,19 @@ void addSkewRows(const PageSet& page, const char* name, const std::shared_ptr<By
                                       static_cast<float>(kAccuracy));
         };
     };
-    addRow({"KelDetectDocumentAngle", page.name + name, alone, "Leptonica, by 2 and 1",
+    addRow({"KelDetectDocumentAngle", page.name + name, search, "Leptonica, by 2 and 1",
             leptonica(2, 1), 1.0, equal});
-    addRow({"KelDetectDocumentAngle", page.name + name, alone, "Leptonica, by 4 and 2",
+    addRow({"KelDetectDocumentAngle", page.name + name, search, "Leptonica, by 4 and 2",
             leptonica(4, 2), 1.0, equal});
-    addRow({"KelDetectDocumentAngle", page.name + name, alone, "its plain form",
+    addRow({"KelDetectDocumentAngle", page.name + name, search, "its plain form",
             [=] { *angle = plain(); }, 0.12, equal});
-    addRow({"KelDetectDocumentAngle, two threads", page.name + name, [=] { search(2); },
-            "one thread", alone, 1 / 1.6, equal, true});
+    addTeamRow("KelDetectDocumentAngle, " + page.name + name, search);
 }
 
 }  // namespace
 
 void addAnalysisRows() {
+    kel::detail::forceTeamSize(1);
     for (const PageSet& page : pages()) {
         const auto binary = std::make_shared<Bytes>(binaryOf(page, 2.3));
         addProjectionRows(page, binary);

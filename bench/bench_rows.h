@@ -19,7 +19,6 @@ struct Row {
     Call peer;
     double bar;                   ///< ours is to take at most this many times the peer's time
     std::function<bool()> equal;  ///< compares our result with a plain form; run before timing
-    bool wall = false;            ///< time on the wall counts: for work on several threads
 };
 
 /// Adds a row; called by the files of each subject.
@@ -37,6 +36,13 @@ void addBinarizeRows();
 void addImProcessRows();
 void addAnalysisRows();
 void addAreaRows();
+void addGeometryRows();
+
+/// Adds an operation that may use two threads.
+void addTeamRow(const std::string& name, const Call& call);
+
+/// Prints what two threads bring.
+void printTeamTable();
 
 /// Prints how much memory the operations take.
 void printMemoryTable();

@@ -38,6 +38,12 @@ struct BorderWalk {
     int over;
     int whole;
     uint16_t* sums[2];  ///< may be written to for 31 rows beyond the last
+/// Which sample of a row each output takes. The columns do not decrease.
+struct ColumnMap {
+    const int32_t* columns;
+    const int32_t* starts;   ///< outputs 16 b to 16 b + 15 take theirs from `starts[b]` on
+    const uint8_t* offsets;  ///< columns, counted from the start of their block
+    int windows;             ///< a block spans at most 16 times this; 0: too far for blocks
 };
 
 /// The kernels of one level. `count` is in samples (pixels); any value from 0 on.
@@ -132,6 +138,41 @@ struct RowKernels {
                             uint8_t otherwise, uint8_t whenMasked);
     EnhanceKernels enhance;
     AreaKernels area;
+    /// out[i] = row[map.columns[i]]. Reads up to 16 * windows samples from each block's start on.
+    void (*pickColumns)(const uint8_t* row, const ColumnMap& map, uint8_t* out, size_t count);
+
+    /// The same for left[i], and right[i] = row[map.columns[i] + 1]; the windows hold both.
+    void (*pickPairs)(const uint8_t* row, const ColumnMap& map, uint8_t* left, uint8_t* right,
+                      size_t count);
+
+    /// Truncated means of row[i], row[i + 1], below[i] and below[i + fourth]. No overlap.
+    void (*quadMeans)(const uint8_t* row, const uint8_t* below, ptrdiff_t fourth, uint8_t* out,
+                      size_t count);
+
+    /// The least of the same four. No overlap.
+    void (*quadLeasts)(const uint8_t* row, const uint8_t* below, ptrdiff_t fourth, uint8_t* out,
+                       size_t count);
+
+    /// samples[i] * weights[i]. No overlap.
+    void (*weighSamples)(const uint8_t* samples, const double* weights, double* out, size_t count);
+
+    /// left * weight + right * weight + leftBelow * weightBelow + rightBelow * weightBelow, added
+    /// in this order and truncated. No overlap.
+    void (*blendWeighted)(const double* left, const double* right, const double* leftBelow,
+                          const double* rightBelow, double weight, double weightBelow, uint8_t* out,
+                          size_t count);
+
+    /// The same of `samples`: left, right, left below and right below, times their column's weight.
+    void (*blendSamples)(const uint8_t* const samples[4], const double* leftWeights,
+                         const double* rightWeights, double weight, double weightBelow,
+                         uint8_t* out, size_t count);
+
+    /// out[i] = in[count - 1 - i]. No overlap.
+    void (*reverseBytes)(const uint8_t* in, uint8_t* out, size_t count);
+
+    /// out[x * outStride + y] = in[y * inStride + x]; strides may be negative. No overlap.
+    void (*transpose)(const uint8_t* in, ptrdiff_t inStride, uint8_t* out, ptrdiff_t outStride,
+                      ptrdiff_t columns, ptrdiff_t rows);
 };
 
 /// The kernels of the best level that the processor has and that is not above `atMost` or the

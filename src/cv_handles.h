@@ -26,4 +26,9 @@ inline cv::Mat planeMat(unsigned char* plane, kelSize size) {
     return cv::Mat(size.height, size.width, CV_8UC1, plane, static_cast<size_t>(size.width));
 }
 
+/// The same for the legacy calls.
+inline CvMat planeHeader(unsigned char* plane, kelSize size) {
+    return cvMat(size.height, size.width, CV_8UC1, plane);
+}
+
 }  // namespace kel::detail

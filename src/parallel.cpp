@@ -27,7 +27,8 @@ std::atomic<int> forced{0};
 /// One run of a body by a team.
 class TeamRun {
   public:
-    TeamRun(void (*body)(void*, int, int), void* context) : body_(body), context_(context) {}
+    TeamRun(void (*body)(const void*, int, int), const void* context)
+        : body_(body), context_(context) {}
 
     /// What a thread of the team does. Nothing may be thrown out of an OpenMP region.
     void call(int index, int count) noexcept {
@@ -71,8 +72,8 @@ class TeamRun {
 
   private:
 #endif
-    void (*body_)(void*, int, int);
-    void* context_;
+    void (*body_)(const void*, int, int);
+    const void* context_;
     std::atomic<bool> failed_{false};
     std::exception_ptr error_;
 };
@@ -95,7 +96,7 @@ void forceTeamSize(int threads) {
     forced.store(threads, std::memory_order_relaxed);
 }
 
-void runTeam(int threads, void (*body)(void*, int, int), void* context) {
+void runTeam(int threads, void (*body)(const void*, int, int), const void* context) {
     if (threads < 2) {
         body(context, 0, 1);
         return;

@@ -4,8 +4,6 @@
 // how many threads there are.
 #pragma once
 
-#include <type_traits>
-
 namespace kel::detail {
 
 /// The lesser of `atMost` and the processors at hand; with a forced count, the lesser of that and
@@ -19,16 +17,18 @@ void forceTeamSize(int threads);
 /// Calls `body(context, index, count)` once on each thread of a team and waits for all. `count` is
 /// the team's real size, which may be below `threads`; `index` goes from 0 to count - 1, and 0 is
 /// the caller.
-void runTeam(int threads, void (*body)(void* context, int index, int count), void* context);
+void runTeam(int threads, void (*body)(const void* context, int index, int count),
+             const void* context);
 
 /// The same for anything that can be called as `body(index, count)`.
 template <class Body>
-void runTeam(int threads, Body&& body) {
-    using Plain = std::remove_reference_t<Body>;
+void runTeam(int threads, const Body& body) {
     runTeam(
         threads,
-        [](void* context, int index, int count) { (*static_cast<Plain*>(context))(index, count); },
-        const_cast<std::remove_const_t<Plain>*>(&body));
+        [](const void* context, int index, int count) {
+            (*static_cast<const Body*>(context))(index, count);
+        },
+        &body);
 }
 
 /// Rows `first` to `end` - 1.
@@ -48,14 +48,14 @@ inline RowRange rowShare(int rows, int index, int count) {
 
 /// Divides `rows` rows among at most `atMost` threads and calls `body(RowRange)` on each.
 template <class Body>
-void runRows(int atMost, int rows, Body&& body) {
+void runRows(int atMost, int rows, const Body& body) {
     if (rows < 1) return;
     runTeam(teamSize(atMost), [&](int index, int count) { body(rowShare(rows, index, count)); });
 }
 
 /// Calls `section(0)` to `section(sections - 1)`, each once, on at most `atMost` threads.
 template <class Section>
-void runSections(int atMost, int sections, Section&& section) {
+void runSections(int atMost, int sections, const Section& section) {
     runTeam(teamSize(atMost < sections ? atMost : sections), [&](int index, int count) {
         for (int i = index; i < sections; i += count)
             section(i);
