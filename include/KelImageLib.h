@@ -14,5 +14,6 @@
 #include "kel_debug.h"
 #include "kel_define.h"
 #include "kel_im.h"
+#include "kel_segment.h"
 
 #endif  // KELIMAGELIB_H

@@ -491,4 +491,49 @@ KEL_API int kel_RotateImage270(unsigned char* src, int srcW, int srcH, int chann
 
 /// @}
 
+/// @name Hue, saturation, value
+/// Units of kelHSV: hue in degrees, 0 up to 360; saturation 0 to 1; value 0 to 255. Hue *affinity*
+/// maps a pixel to a grey level that is highest where its hue is `hue` (degrees) and 0 for neutral
+/// pixels; `ratio` (0 to 1) is how much a pixel's value counts against its saturation.
+/// @{
+
+/// Converts a pixel. A neutral one gets hue and saturation 0. Returns 0.
+KEL_API int KelCvtRgb2HsvPoint(kelRGB* rgb, kelHSV* hsv);
+
+/// Affinity that falls linearly to the opposite hue.
+/// @return 0 to 255
+KEL_API int KelCvtRgb2HsvPoint1(kelRGB* rgb, double ratio, int hue);
+
+/// KelCvtRgb2HsvPoint1() of a converted pixel, but for its value, which counts as it stands: with a
+/// value of 0 to 255 most results are 255 unless `ratio` is small.
+/// @return 0 to 255
+KEL_API int KelTransHsv(kelHSV* hsv, double ratio, int hue);
+
+/// Affinity of each pixel of a colour image, 0 for hues more than 90 degrees away.
+/// @param grey width*height bytes, apart from the image
+KEL_API void KelRgb2Grey_Hsv(unsigned char* rgbPlanes, kelSize size, unsigned char* grey,
+                             double ratio, int hue);
+
+/// Estimates the hue range of a sample of pixels, from the peak of their hue histogram.
+/// @param samples     three planes of `count` bytes each
+/// @param count       above 0
+/// @param valueLimit  a sample is dark below this value ...
+/// @param chromaLimit ... and below this product of value and saturation
+/// @param blackRate   share of dark samples above which the sample counts as black
+/// @param hueLow,hueHigh ends of the range; with `wraps` 1 it runs from `hueHigh` up through 0 to
+///                    `hueLow`
+/// @param isBlack     1 for a black sample; then neither the range nor `wraps` is written
+/// @param meanSat,meanValue means over all samples, always written
+/// @return 0; -1 when the peak is wider than 90 degrees or has no end, with `wraps` and the ends
+///         written or not
+KEL_API int KelCalHsvRange(unsigned char* samples, int count, double valueLimit, double chromaLimit,
+                           double blackRate, int* hueLow, int* hueHigh, unsigned char* wraps,
+                           unsigned char* isBlack, double* meanSat, double* meanValue);
+
+/// Does nothing and returns 0. A black pixel is one whose largest channel is below 120 and exceeds
+/// the smallest by less than 30.
+KEL_API int KelBlackHsv(unsigned char* rgbPlanes, kelSize size);
+
+/// @}
+
 #endif  // KEL_IMAGEBASICPROCESS_H

@@ -10,6 +10,7 @@
 
 #include "area_kernels.h"
 #include "enhance_kernels.h"
+#include "colour_kernels.h"
 
 namespace kel::detail {
 
@@ -173,6 +174,8 @@ struct RowKernels {
     /// out[x * outStride + y] = in[y * inStride + x]; strides may be negative. No overlap.
     void (*transpose)(const uint8_t* in, ptrdiff_t inStride, uint8_t* out, ptrdiff_t outStride,
                       ptrdiff_t columns, ptrdiff_t rows);
+
+    ColourKernels colour;
 };
 
 /// The kernels of the best level that the processor has and that is not above `atMost` or the
