@@ -2,6 +2,7 @@
 #include <opencv2/imgproc/imgproc_c.h>
 #include <opencv2/imgproc.hpp>
 
+#include <cmath>
 #include <memory>
 
 #include "bench_pages.h"

@@ -8,37 +8,15 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "analysis_kernels.h"
 #include "area_kernels.h"
-#include "enhance_kernels.h"
 #include "colour_kernels.h"
+#include "enhance_kernels.h"
 
 namespace kel::detail {
 
 enum class CpuLevel { plain, avx2, best = avx2 };
 
-/// Ink of 16 rows, by groups of 8 columns: byte `group * stride + row`. 32 groups are a tile.
-struct InkGroups {
-    uint8_t* bits;    ///< the group's columns, the first in the lowest bit
-    uint8_t* before;  ///< number of bits in the tile's groups to the left
-    size_t stride;
-    uint16_t* inTiles;  ///< number of bits in the whole tile: `tile * stride + row`
-};
-
-/// A border between columns that moves by one column every few rows.
-struct BorderWalk {
-    const uint8_t* bits;  ///< as in InkGroups, from the first row and the tile's first group on
-    const uint8_t* before;
-    size_t stride;
-    int rows;
-    int column;     ///< the tile's columns to the left of the border in the first row,
-    int last;       ///< and those to the left of its last place
-    int step;       ///< 1 or -1
-    int firstRows;  ///< rows until the border first moves, at least 1
-    int each;       ///< and those between later moves; one more whenever the remainder, grown
-    int remainder;  ///< by `over`, has reached `whole`, which it then loses
-    int over;
-    int whole;
-    uint16_t* sums[2];  ///< may be written to for 31 rows beyond the last
 /// Which sample of a row each output takes. The columns do not decrease.
 struct ColumnMap {
     const int32_t* columns;
@@ -110,35 +88,14 @@ struct RowKernels {
     /// Adds the number of samples of each level to `counts`, which has 256 entries.
     void (*countSamples)(const uint8_t* samples, uint32_t* counts, size_t count);
 
-    uint64_t (*sumOf)(const uint8_t* samples, size_t count);
-
-    /// `value` where the mark of a sample is `mark`. No overlap.
-    void (*paintMarked)(const uint8_t* marks, uint8_t mark, uint8_t value, uint8_t* samples,
-                        size_t count);
-
-    /// The number of samples equal to `value`.
-    size_t (*countEqual)(const uint8_t* samples, size_t count, uint8_t value);
-
-    /// Adds the samples of each column of a plane without padding to its total.
-    void (*sumColumns)(const uint8_t* plane, size_t width, size_t height, uint64_t* sums);
-
-    /// Adds to each column's total the number of its samples equal to `value`.
-    void (*countColumnsEqual)(const uint8_t* plane, size_t width, size_t height, uint8_t value,
-                              int32_t* counts);
-
-    /// Tabulates 16 packed rows of `groups` bytes; they start `rowBytes` apart.
-    void (*tabulateInk)(const uint8_t* packed, size_t rowBytes, size_t groups,
-                        const InkGroups& out);
-
-    /// Adds, for each row, the bits to the left of the border to one of its two sums, modulo 2^16.
-    /// Reads up to 31 rows beyond the last.
-    void (*sumAlongBorder)(const BorderWalk& walk);
     /// 255 where a sample exceeds its level, 0 elsewhere. The level is `whenMasked` where the mask
     /// is not 0, `otherwise` elsewhere. `out` may be `in` or `mask`.
     void (*thresholdByMask)(const uint8_t* in, const uint8_t* mask, uint8_t* out, size_t count,
                             uint8_t otherwise, uint8_t whenMasked);
+
     EnhanceKernels enhance;
     AreaKernels area;
+
     /// out[i] = row[map.columns[i]]. Reads up to 16 * windows samples from each block's start on.
     void (*pickColumns)(const uint8_t* row, const ColumnMap& map, uint8_t* out, size_t count);
 
@@ -176,6 +133,7 @@ struct RowKernels {
                       ptrdiff_t columns, ptrdiff_t rows);
 
     ColourKernels colour;
+    AnalysisKernels analysis;
 };
 
 /// The kernels of the best level that the processor has and that is not above `atMost` or the

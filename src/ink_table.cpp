@@ -61,8 +61,8 @@ void InkTable::tabulateBand(const unsigned char* image, int band) {
     WorkBuffer<uint64_t> packed(words * kBandRows);
     std::fill(packed.data() + words * static_cast<size_t>(rows), packed.data() + packed.size(), 0);
     for (int y = 0; y < rows; ++y)
-        kernels.packFull(plane.row(firstRow + y), packed.data() + words * static_cast<size_t>(y),
-                         width);
+        kernels.area.packFull(plane.row(firstRow + y),
+                              packed.data() + words * static_cast<size_t>(y), width);
     if (std::all_of(packed.data(), packed.data() + packed.size(), [](uint64_t w) { return !w; }))
         return;
 
@@ -70,10 +70,10 @@ void InkTable::tabulateBand(const unsigned char* image, int band) {
     const size_t tilesBefore = static_cast<size_t>(band) * tiles_;
     uint16_t* const totals = tileTotals_.data() + tilesBefore * kBandRows;
     for (size_t y = 0; y < static_cast<size_t>(rows); y += kBlockRows)
-        kernels.tabulateInk(reinterpret_cast<const uint8_t*>(packed.data() + y * words), words * 8,
-                            groups_,
-                            {bits_.data() + groupsBefore + y, before_.data() + groupsBefore + y,
-                             kBandRows, totals + y});
+        kernels.analysis.tabulateInk(reinterpret_cast<const uint8_t*>(packed.data() + y * words),
+                                     words * 8, groups_,
+                                     {bits_.data() + groupsBefore + y,
+                                      before_.data() + groupsBefore + y, kBandRows, totals + y});
     for (size_t tile = 0; tile < tiles_; ++tile) {
         InkedRows& inked = inkedRows_[tilesBefore + tile];
         for (int y = rows; y-- > 0;) {
@@ -199,19 +199,19 @@ class InkTable::SlantedSums {
 
     void walk(const Tile& tile, int64_t m, int row, int column, int lastColumn, int rest) {
         uint16_t* const sums[2] = {borders_[0].data() + m + row, borders_[1].data() + m + row};
-        kernels_.sumAlongBorder({tile.bits + row,
-                                 tile.before + row,
-                                 kBandRows,
-                                 tile.rows - row,
-                                 column,
-                                 lastColumn,
-                                 s_ > 0 ? 1 : -1,
-                                 rest / d_ + 1,
-                                 each_,
-                                 rest % d_,
-                                 over_,
-                                 d_,
-                                 {sums[0], sums[1]}});
+        kernels_.analysis.sumAlongBorder({tile.bits + row,
+                                          tile.before + row,
+                                          kBandRows,
+                                          tile.rows - row,
+                                          column,
+                                          lastColumn,
+                                          s_ > 0 ? 1 : -1,
+                                          rest / d_ + 1,
+                                          each_,
+                                          rest % d_,
+                                          over_,
+                                          d_,
+                                          {sums[0], sums[1]}});
     }
 
     int d_, s_;

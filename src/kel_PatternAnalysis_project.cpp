@@ -32,13 +32,13 @@ int KelImageProjcet(unsigned char* image, kelSize size, int* out, char direction
     const auto width = static_cast<size_t>(size.width);
     if (direction == 'H') {
         for (int y = 0; y < size.height; ++y)
-            out[y] = static_cast<int>(static_cast<double>(kernels.sumOf(plane.row(y), width)) /
-                                      size.width);
+            out[y] = static_cast<int>(
+                static_cast<double>(kernels.enhance.sum(plane.row(y), width)) / size.width);
         return 0;
     }
     WorkBuffer<uint64_t> sums(width);
     std::fill_n(sums.data(), width, 0);
-    kernels.sumColumns(plane.data, width, static_cast<size_t>(size.height), sums.data());
+    kernels.analysis.sumColumns(plane.data, width, static_cast<size_t>(size.height), sums.data());
     for (size_t x = 0; x < width; ++x)
         out[x] = static_cast<int>(static_cast<double>(sums[x]) / size.height);
     return 0;
@@ -53,9 +53,10 @@ int KelImageProject1(unsigned char* image, kelSize size, int* out, char directio
     const auto width = static_cast<size_t>(size.width);
     if (direction == 'H') {
         for (int y = 0; y < size.height; ++y)
-            out[y] = static_cast<int>(kernels.countEqual(plane.row(y), width, 255));
+            out[y] = static_cast<int>(kernels.enhance.countEqual(plane.row(y), width, 255));
     } else {
-        kernels.countColumnsEqual(plane.data, width, static_cast<size_t>(size.height), 255, out);
+        kernels.analysis.countColumnsEqual(plane.data, width, static_cast<size_t>(size.height), 255,
+                                           out);
     }
     return 0;
 }
