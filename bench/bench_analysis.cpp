@@ -134,6 +134,38 @@ void addSkewRows(const PageSet& page, const char* name, const std::shared_ptr<By
     addTeamRow("KelDetectDocumentAngle, " + page.name + name, search);
 }
 
+/// What the search by angles does to each pixel of ink, without its scores.
+void visitInkPlainly(const Bytes& page, kelSize size, int steps, std::vector<int>& bins) {
+    const auto [w, h] = size;
+    const double half = static_cast<double>(bins.size() / 2);
+    for (int i = 1; i <= steps; ++i) {
+        const double theta = i * kRange / steps * CV_PI / 180.0;
+        const double sine = std::sin(theta), cosine = std::cos(theta);
+        const unsigned char* sample = page.data();
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x)
+                if (*sample++ == 255) {
+                    const double across = (x - w / 2) * sine, down = (y - h / 2) * cosine;
+                    ++bins[static_cast<size_t>(across + down + half)];
+                    ++bins[static_cast<size_t>(-across + down + half)];
+                }
+    }
+}
+
+void addAngleRows(const PageSet& page, const std::shared_ptr<Bytes>& binary) {
+    const kelSize size = page.size;
+    auto angle = std::make_shared<double>();
+    auto bins = std::make_shared<std::vector<int>>(2 * static_cast<size_t>(size.height));
+    const auto search = [=](int steps) {
+        return [=] { KelDetectAngle(binary->data(), size, 1, angle.get(), kRange, steps); };
+    };
+    const auto near = [=] { return std::abs(std::abs(*angle) - 2.3) <= 0.3; };
+    addRow({"KelDetectAngle, 20 steps", page.name + " skewed", search(20), "its pixels, plainly",
+            [=] { visitInkPlainly(*binary, size, 20, *bins); }, 1.0, near});
+    addRow({"KelDetectAngle, 20 steps", page.name + " skewed", search(20), "10 steps", search(10),
+            2.2, [=] { return true; }});
+}
+
 }  // namespace
 
 void addAnalysisRows() {
@@ -142,6 +174,7 @@ void addAnalysisRows() {
         const auto binary = std::make_shared<Bytes>(binaryOf(page, 2.3));
         addProjectionRows(page, binary);
         addSkewRows(page, " skewed", binary);
+        addAngleRows(page, binary);
     }
     const PageSet& page = pages().back();
     addSkewRows(page, " straight", std::make_shared<Bytes>(binaryOf(page, 0.0)));

@@ -24,4 +24,13 @@
 KEL_API int KelDetectDocumentAngle(unsigned char* image, int w, int h, double range,
                                    double accuracy, double* angle);
 
+/// Finds the skew of a page by trying range * i / steps degrees, i from -steps to steps: the angle
+/// whose projection, smoothed over three bins, has the greatest sum of squared differences between
+/// neighbouring bins. In a tie the smaller magnitude wins, and of two opposite angles the negative
+/// one; a page without ink gives 0. The time grows with ink and steps.
+/// @param polarity above 0: samples of 255 are ink; otherwise those of 0
+/// @return 0
+KEL_API int KelDetectAngle(unsigned char* image, kelSize size, int polarity, double* angle,
+                           double range, int steps);
+
 #endif  // KEL_CALANGLE_H

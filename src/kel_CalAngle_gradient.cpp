@@ -9,6 +9,7 @@
 #include "kel_CalAngle_internal.h"
 #include "parallel.h"
 #include "sizes.h"
+#include "truncate.h"
 
 using namespace kel::detail;
 
@@ -22,17 +23,6 @@ InkTable inkOf(unsigned char* image, int w, int h) {
     return InkTable(image, w, h, kThreads);
 }
 
-/// A factor of the projection's positions, which have 15 fractional bits.
-int fixedPoint(double factor) {
-    return std::isfinite(factor) ? static_cast<int>(factor * 32768.0) : 0;
-}
-
-/// Bins for the page at any angle. The sum of squares wraps, for pages beyond any scanner.
-int binCountOf(int w, int h) {
-    const int32_t squares = wrapAdd(wrapMul(w, w), wrapMul(h, h));
-    return static_cast<int>(std::sqrt(static_cast<double>(std::max(squares, 0)))) + 10;
-}
-
 void projectAngle(const InkTable& ink, double angle, int* bins, int binCount) {
     const int w = ink.width(), h = ink.height();
     if (angle == 0.0) {
@@ -43,8 +33,8 @@ void projectAngle(const InkTable& ink, double angle, int* bins, int binCount) {
         return;
     }
     const double radians = 3.1415926 * (angle / 180.0);
-    const int s = fixedPoint(std::sin(-radians));
-    const int c = fixedPoint(std::cos(radians));
+    const int s = truncated(std::sin(-radians) * 32768.0);
+    const int c = truncated(std::cos(radians) * 32768.0);
     const auto middle = static_cast<uint32_t>(binCount) << 14;
     const auto start = middle - static_cast<uint32_t>(wrapMul(h / 2, c)) -
                        static_cast<uint32_t>(wrapMul(w / 2, s));
@@ -52,7 +42,7 @@ void projectAngle(const InkTable& ink, double angle, int* bins, int binCount) {
 }
 
 int projectionGradient(const InkTable& ink, double angle) {
-    const int count = binCountOf(ink.width(), ink.height());
+    const int count = binsAtAnyAngle(ink.width(), ink.height());
     std::vector<int> bins(static_cast<size_t>(count));
     projectAngle(ink, angle, bins.data(), count);
     // Clears the two end bins and smooths nothing: scores rest on the bins as they are.
@@ -93,6 +83,11 @@ void searchStage(const InkTable& ink, double centre, double step, int half, doub
 }
 
 }  // namespace
+
+int kel::detail::binsAtAnyAngle(int w, int h) {
+    const int32_t squares = wrapAdd(wrapMul(w, w), wrapMul(h, h));
+    return static_cast<int>(std::sqrt(static_cast<double>(std::max(squares, 0)))) + 10;
+}
 
 int KelDetectDocumentAngle(unsigned char* image, int w, int h, double range, double accuracy,
                            double* angle) {

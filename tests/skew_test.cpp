@@ -1,5 +1,7 @@
 // The skew searches against plain forms, on every level and by one and two threads.
 #include <gtest/gtest.h>
+#include <opencv2/core/core_c.h>
+#include <opencv2/imgproc/imgproc_c.h>
 
 #include <cmath>
 
@@ -155,6 +157,93 @@ TEST_P(Skew, StagesKeepWhatIsKnown) {
     EXPECT_EQ(best, INT32_MAX);
     KelCalProjGradient(page.data(), 200, 150, -1.0, &best);
     EXPECT_EQ(best, scorePlainly(page, size, -1.0));
+}
+
+double searchAnglesPlainly(const Bytes& page, kelSize size, int foreground, double range,
+                           int steps) {
+    const int w = size.width, h = size.height, count = binsFor(size), half = count / 2;
+    Ints a(static_cast<size_t>(count)), b(a);
+    const auto forInk = [&](auto visit) {
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x)
+                if (page[size_t(y) * size_t(w) + size_t(x)] == foreground) visit(x, y);
+    };
+    const auto score = [&](const Ints& wave) {
+        Ints smooth(wave.size(), 0);
+        for (size_t i = 1; i + 1 < wave.size(); ++i)
+            smooth[i] = (wave[i - 1] + wave[i] + wave[i + 1]) / 3;
+        double sum = 0;
+        for (size_t i = 0; i + 1 < smooth.size(); ++i)
+            sum += (smooth[i + 1] - smooth[i]) * (smooth[i + 1] - smooth[i]);
+        return sum;
+    };
+    forInk([&](int, int y) { ++a[size_t(half - h / 2 + y)]; });
+    double best = score(a), bestAngle = 0, theta = 0;
+    const double step = 3.141592653589 * (range / 180.0) / steps;
+    for (int i = 0; i < steps; ++i) {
+        theta += step;
+        std::fill(a.begin(), a.end(), 0);
+        std::fill(b.begin(), b.end(), 0);
+        forInk([&](int x, int y) {
+            const int dx = x - w / 2, dy = y - h / 2;
+            ++a[size_t(int(dx * std::sin(theta) + dy * std::cos(theta) + half))];
+            ++b[size_t(int(dx * std::sin(-theta) + dy * std::cos(theta) + half))];
+        });
+        const double scoreA = score(a), scoreB = score(b);
+        if (scoreA > scoreB) {
+            if (scoreA > best) best = scoreA, bestAngle = theta;
+        } else if (scoreB > best) {
+            best = scoreB, bestAngle = -theta;
+        }
+    }
+    return bestAngle / 3.141592653589 * 180.0;
+}
+
+TEST(SkewByAngles, EqualsThePlainForm) {
+    auto sizes = test::awkwardSizes();
+    sizes.insert(sizes.end(), {{128, 90}, {613, 547}});
+    for (kelSize size : sizes)
+        for (double skew : {0.0, 2.0, -3.0}) {
+            Bytes page = skewedPage(size, skew);
+            // A mirrored page scores the same at opposite angles.
+            if (size.width == 128)
+                for (size_t i = 0; i < page.size(); ++i)
+                    page[i] = i % 128 < 64 ? page[i] : page[i / 128 * 128 + 127 - i % 128];
+            for (int polarity : {1, 9, 0, -1})
+                for (int steps : {-1, 0, 1, 12}) {
+                    double angle = 99;
+                    EXPECT_EQ(KelDetectAngle(page.data(), size, polarity, &angle, 6.0, steps), 0);
+                    ASSERT_EQ(angle,
+                              searchAnglesPlainly(page, size, polarity > 0 ? 255 : 0, 6.0, steps))
+                        << ::testing::PrintToString(size) << skew << " " << polarity << steps;
+                }
+        }
+    Bytes blank(100, 7);
+    double angle = 99;
+    EXPECT_EQ(KelDetectAngle(blank.data(), {10, 10}, 1, &angle, HUGE_VAL, 3), 0);
+    EXPECT_EQ(angle, 0);
+}
+
+TEST(SkewByTurning, FindsHalfDegreesAndKeepsTheFirst) {
+    for (int channels : {1, 3}) {
+        IplImage* image = cvCreateImage(cvSize(300, 200), IPL_DEPTH_8U, channels);
+        cvSet(image, cvScalarAll(240), nullptr);
+        const auto search = [&](double initial, int halfDegrees) {
+            double angle = 99;
+            EXPECT_EQ(KelDetectDocAngle(image, &angle, initial, halfDegrees, 128.0), 0);
+            return angle;
+        };
+        EXPECT_EQ(search(1.25, 3), 1.25);  // nothing scores
+        for (int y = 20; y < 180; y += 20)
+            cvLine(image, cvPoint(0, y), cvPoint(299, y - 8), cvScalarAll(10), 3, 8, 0);
+        EXPECT_EQ(search(9.0, 0), 9.0);
+        EXPECT_EQ(search(9.0, 6), 1.5);
+        EXPECT_EQ(search(9.0, -6), 1.5);
+        EXPECT_EQ(search(9.0, 3), 1.0);  // of -1.5 to 1.5 the last is left out
+        cvFlip(image, nullptr, 0);
+        EXPECT_EQ(search(9.0, 3), -1.5);
+        cvReleaseImage(&image);
+    }
 }
 
 TEST(SkewPieces, FactorsFiltersAndRefusals) {
