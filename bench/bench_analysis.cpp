@@ -128,7 +128,7 @@ void addSkewRows(const PageSet& page, const char* name, const std::shared_ptr<By
     addRow({"KelDetectDocumentAngle", page.name + name, search, "Leptonica, by 2 and 1",
             leptonica(2, 1), 1.0, equal});
     addRow({"KelDetectDocumentAngle", page.name + name, search, "Leptonica, by 4 and 2",
-            leptonica(4, 2), 1.5, equal});  // it looks at a sixteenth of the page
+            leptonica(4, 2), 1.5, equal});  // it looks at reduced pages
     addRow({"KelDetectDocumentAngle", page.name + name, search, "its plain form",
             [=] { *angle = plain(); }, 0.12, equal});
     addTeamRow("KelDetectDocumentAngle, " + page.name + name, search);
@@ -166,6 +166,24 @@ void addAngleRows(const PageSet& page, const std::shared_ptr<Bytes>& binary) {
             2.2, [=] { return true; }});
 }
 
+/// On a quarter of the page: what both share takes long.
+void addLineRow(const PageSet& page, const std::shared_ptr<Bytes>& binary) {
+    auto rows = std::make_shared<std::vector<int>>(page.size.height);
+    auto columns = std::make_shared<std::vector<int>>(page.size.width);
+    auto segments = std::make_shared<std::vector<cv::Vec4i>>();
+    const cv::Mat mat = planeMat(binary->data(), {page.size.width, page.size.height / 4});
+    auto counts = std::make_shared<cv::Vec2i>(-1, -1);
+    addRow({"KelDetectLines", page.name + " binary, quarter",
+            [=] {
+                IplImage image = cvIplImage(mat);
+                KelDetectLines(&image, rows->data(), &(*counts)[0], columns->data(), &(*counts)[1],
+                               100, 60, 5, 15, 80, 10, 15, 60, 16, 0);
+            },
+            "OpenCV HoughLinesP",
+            [=] { cv::HoughLinesP(mat, *segments, 1.0, CV_PI / 180, 100, 60, 5); }, 1.1,
+            [=] { return *counts == cv::Vec2i(0, 0) && !segments->empty(); }});
+}
+
 }  // namespace
 
 void addAnalysisRows() {
@@ -175,6 +193,7 @@ void addAnalysisRows() {
         addProjectionRows(page, binary);
         addSkewRows(page, " skewed", binary);
         addAngleRows(page, binary);
+        addLineRow(page, binary);
     }
     const PageSet& page = pages().back();
     addSkewRows(page, " straight", std::make_shared<Bytes>(binaryOf(page, 0.0)));

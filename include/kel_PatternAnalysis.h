@@ -1,10 +1,12 @@
 /// @file kel_PatternAnalysis.h
-/// Projections of images onto their axes, and the waves of such projections.
+/// Projections of images onto their axes, the waves of such projections, and the rules of forms.
 ///
 /// A direction is a character: 'H' is one sample per row, 'V' one per column. All functions may run
 /// at once on different arrays. Pointers are not checked.
 #ifndef KEL_PATTERNANALYSIS_H
 #define KEL_PATTERNANALYSIS_H
+
+#include <opencv2/core/types_c.h>
 
 #include "kel_define.h"
 
@@ -98,6 +100,45 @@ KEL_API int KelArrayShow(int* array, int len, char* fileName, bool normalise, ch
 
 /// The same as KelArrayShow().
 KEL_API int KelArrayShow1(int* array, int len, char* fileName, bool normalise, char direction);
+
+/// Looks for the horizontal and vertical rules of a form: segments from OpenCV's probabilistic
+/// Hough transform (steps of one pixel and one degree) are drawn 6 pixels wide into a mask, and the
+/// waves of the page's projections through that mask which are high and narrow enough are lines.
+///
+/// The mask's plane that the page is seen through is another one than that which is drawn into, and
+/// stays empty: with wave thresholds of 0 or more no line is found. With a negative threshold and a
+/// negative peak limit, the whole projection is one wave with a line in its middle.
+/// @param image       binary, one 8-bit channel; samples other than 0 are foreground
+/// @param hLines      rows found; room for as many as the image has is enough
+/// @param vLines      columns found, likewise
+/// @param houghThreshold, minLength, maxGap of segments, for OpenCV
+/// @param hMaxWidth   widest wave of a horizontal line
+/// @param hMinPeak    its peak exceeds this; the projections go from 0 to 255 (all covered)
+/// @param hWaveThreshold see KelDetectWaveCharacter1()
+/// @param vMaxWidth, vMinPeak, vWaveThreshold the same for vertical lines
+/// @param debug       above 0: the segments are written to "Mask.bmp", and projections that aren't
+///                    empty to "ProjImage_h.bmp" and "ProjImage_v.bmp", in the working directory
+/// @return 0
+/// @throws cv::Exception for what OpenCV refuses
+KEL_API int KelDetectLines(IplImage* image, int* hLines, int* hCount, int* vLines, int* vCount,
+                           int houghThreshold, int minLength, int maxGap, int hMaxWidth,
+                           int hMinPeak, int hWaveThreshold, int vMaxWidth, int vMinPeak,
+                           int vWaveThreshold, int debug);
+
+/// The same with segments `maskLineWidth` pixels wide.
+KEL_API int KelDetectLinesWithParam(IplImage* image, int* hLines, int* hCount, int* vLines,
+                                    int* vCount, int houghThreshold, int minLength, int maxGap,
+                                    int hMaxWidth, int hMinPeak, int hWaveThreshold, int vMaxWidth,
+                                    int vMinPeak, int vWaveThreshold, int debug, int maskLineWidth);
+
+/// Draws rows ('H') or columns ('V') in a colour over a copy of an image, and saves it with
+/// KelSaveImage(). Of three planes each gets its byte of `colour`, otherwise the first plane gets
+/// the first byte. Lines outside the image are left out, save that row `height` is accepted: it is
+/// the row behind each plane.
+/// @return 0; -1 for another direction
+/// @throws std::logic_error for a null name; OpenCV's own errors pass through
+KEL_API int KelShowLines(unsigned char* image, kelSize size, int channels, int* lines,
+                         int lineCount, char direction, unsigned char* colour, char* fileName);
 
 /// Prints a line of dots to the standard output.
 /// @return 0
