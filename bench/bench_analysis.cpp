@@ -167,11 +167,13 @@ void addAngleRows(const PageSet& page, const std::shared_ptr<Bytes>& binary) {
 }
 
 /// On a quarter of the page: what both share takes long.
-void addLineRow(const PageSet& page, const std::shared_ptr<Bytes>& binary) {
+void addLineRow(const PageSet& page, Bytes binary) {
     auto rows = std::make_shared<std::vector<int>>(page.size.height);
     auto columns = std::make_shared<std::vector<int>>(page.size.width);
     auto segments = std::make_shared<std::vector<cv::Vec4i>>();
-    const cv::Mat mat = planeMat(binary->data(), {page.size.width, page.size.height / 4});
+    const cv::Mat mat = planeMat(binary.data(), {page.size.width, page.size.height / 4}).clone();
+    for (int y = 50; y < mat.rows; y += 100)
+        cv::line(mat, {100, y}, {mat.cols - 100, y}, cv::Scalar(255), 3);
     auto counts = std::make_shared<cv::Vec2i>(-1, -1);
     addRow({"KelDetectLines", page.name + " binary, quarter",
             [=] {
@@ -193,7 +195,7 @@ void addAnalysisRows() {
         addProjectionRows(page, binary);
         addSkewRows(page, " skewed", binary);
         addAngleRows(page, binary);
-        addLineRow(page, binary);
+        addLineRow(page, *binary);
     }
     const PageSet& page = pages().back();
     addSkewRows(page, " straight", std::make_shared<Bytes>(binaryOf(page, 0.0)));
