@@ -64,6 +64,37 @@ class KEL_API kelWaveCharacterSeq {
     int32_t count;
 };
 
+/// A rectangle of a channel image; its first four fields are laid out like OpenCV's `CvRect`.
+class KEL_API kelSegInfo {
+  public:
+    /// A rectangle of no size at the origin, of an image of one plane.
+    kelSegInfo();
+    kelSegInfo(int left, int top, int columns, int rows, int planes, double number);
+    kelSegInfo(const kelSegInfo&) = default;
+    kelSegInfo& operator=(const kelSegInfo&) = default;
+    ~kelSegInfo();  // NOLINT(performance-trivially-destructible): an exported member
+
+    void setValue(int left, int top, int columns, int rows, int planes, double number);
+    /// Takes over all fields.
+    void copy(kelSegInfo& from);
+    /// Does nothing.
+    void printData();
+
+    int32_t x;         ///< left column
+    int32_t y;         ///< top row
+    int32_t width;     ///< columns
+    int32_t height;    ///< rows
+    int32_t channels;  ///< planes of the rectangle's image
+    double value;      ///< a number kept with the rectangle; the library does not read it
+};
+
+static_assert(offsetof(kelSegInfo, x) == offsetof(CvRect, x) &&
+                  offsetof(kelSegInfo, y) == offsetof(CvRect, y) &&
+                  offsetof(kelSegInfo, width) == offsetof(CvRect, width) &&
+                  offsetof(kelSegInfo, height) == offsetof(CvRect, height) &&
+                  sizeof(CvRect) == 16 && offsetof(kelSegInfo, channels) == 16,
+              "starts like a CvRect");
+
 /// The mean of each row ('H') or column ('V') of a plane, truncated.
 /// @param out one entry per row or column. Rows or columns without samples have mean 0
 /// @return 0, or -1 for another direction
