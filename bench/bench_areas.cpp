@@ -1,6 +1,5 @@
 // Connected areas and what is built on them (spots, dark edges, binding holes) beside OpenCV and
 // Leptonica.
-#include <leptonica/allheaders.h>
 #include <opencv2/imgproc.hpp>
 
 #include <algorithm>
@@ -13,6 +12,7 @@
 #include "cv_handles.h"
 #include "kel_ConnectArea.h"
 #include "kel_ImageBasicProcess.h"
+#include "leptonica_pages.h"
 
 namespace bench {
 namespace {
@@ -125,26 +125,6 @@ void addShapeRow(const PageSet& page, const char* name, const Plane& shape, cons
             }});
 }
 
-struct PixRelease {
-    void operator()(Pix* pix) const { pixDestroy(&pix); }
-};
-using PixHandle = std::shared_ptr<Pix>;
-
-PixHandle owned(Pix* pix) {
-    return PixHandle(pix, PixRelease());
-}
-
-/// Ink is black to Leptonica.
-PixHandle pixOf(const Plane& plane, kelSize size) {
-    PixHandle pix = owned(pixCreate(size.width, size.height, 8));
-    for (int y = 0; y < size.height; ++y)
-        for (int x = 0; x < size.width; ++x)
-            SET_DATA_BYTE(pixGetData(pix.get()) + y * pixGetWpl(pix.get()), x,
-                          255 - (*plane)[static_cast<size_t>(y) * static_cast<size_t>(size.width) +
-                                         static_cast<size_t>(x)]);
-    return pix;
-}
-
 /// Each starts from a page of its own: ours, which works in place, copies it first.
 void addRemovalRows(const PageSet& page, const char* name, const Plane& ink) {
     constexpr int kLeast = 9;
@@ -172,7 +152,7 @@ void addRemovalRows(const PageSet& page, const char* name, const Plane& ink) {
     };
     addRow({"kel_del_smallspot_uc", page.name + name, call, "OpenCV statistics, table", cvCall, 0.2,
             equal});
-    const PixHandle pix = pixOf(ink, size);
+    const PixHandle pix = pixOf(*ink, size);
     addRow({"kel_del_smallspot_uc", page.name + name, call, "Leptonica, by bounding boxes",
             [=] {  // it selects by the sides of boxes, which costs as much
                 const PixHandle bits = owned(pixThresholdToBinary(pix.get(), 128));

@@ -154,6 +154,8 @@ int runAll(int argc, char** argv) {
     addEnhanceRows();
     addImProcessRows();
     addLevelRows();
+    addAnalysisRows();
+    addAreaRows();
     addGeometryRows();
     addAreaRows();
     addColourRows();

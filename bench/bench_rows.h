@@ -37,10 +37,15 @@ void addBinarizeRows();
 void addEnhanceRows();
 void addImProcessRows();
 void addLevelRows();
+void addAnalysisRows();
+void addAreaRows();
 void addGeometryRows();
 void addLevelRows();
 
-/// Prints what two threads bring where an operation may use them.
+/// Adds an operation that may use two threads.
+void addTeamRow(const std::string& name, const Call& call);
+
+/// Prints what two threads bring.
 void printTeamTable();
 void addAreaRows();
 void addColourRows();

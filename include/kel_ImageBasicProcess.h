@@ -721,4 +721,31 @@ KEL_API int KelBlackHsv(unsigned char* rgbPlanes, kelSize size);
 
 /// @}
 
+/// @name Amount fields
+/// The projections are drawn into "proj_v.bmp" and "proj_h.bmp" in the working directory on every
+/// call, unless they are all 0; calls at once overwrite each other's.
+/// @{
+
+/// Looks for a short strong wave just above the middle of a plane: of its row means, 2 to 5 rows
+/// above 0 that start within 5 rows above the middle, with a peak of 201 at least.
+/// @return 1 when there is one, 0 otherwise
+KEL_API int KelRecognitionOppFlag(unsigned char* image, kelSize size);
+
+/// Finds where the cells of a bill's amount field begin and end, and the rows of its figures.
+///
+/// Marks are the waves above 10 of the column means of the binary image (dark is 255), with a peak
+/// above `minPeak`. Positions lie at and between marks, then move by up to two columns to where
+/// there is least ink.
+/// @param channels  1 or 3; with any other the image counts as blank
+/// @param positions columns, from left to right; room for two more than there are marks
+/// @param count     5 for three marks, otherwise the number of marks plus 2
+/// @param top       first row of the last wave of 30 to 36 rows; 0 without one
+/// @param bottom    its last row; without one the height, which is one past the last row
+/// @param reserved  not read
+/// @return 0, or -1 with fewer than three marks: nothing but "proj_v.bmp" is then written
+KEL_API int KelDetectAmountPos(unsigned char* image, int channels, kelSize size, int* positions,
+                               int* count, int* top, int* bottom, int reserved, int minPeak);
+
+/// @}
+
 #endif  // KEL_IMAGEBASICPROCESS_H

@@ -9,9 +9,10 @@
 #include <cstdint>
 
 #include "row_kernels_enhance.h"
+#include "analysis_kernels.h"
 #include "area_kernels.h"
-#include "enhance_kernels.h"
 #include "colour_kernels.h"
+#include "enhance_kernels.h"
 
 namespace kel::detail {
 
@@ -89,6 +90,13 @@ struct RowKernels {
     void (*countSamples)(const uint8_t* samples, uint32_t* counts, size_t count);
 
     EnhanceKernels enhance;
+    /// 255 where a sample exceeds its level, 0 elsewhere. The level is `whenMasked` where the mask
+    /// is not 0, `otherwise` elsewhere. `out` may be `in` or `mask`.
+    void (*thresholdByMask)(const uint8_t* in, const uint8_t* mask, uint8_t* out, size_t count,
+                            uint8_t otherwise, uint8_t whenMasked);
+
+    EnhanceKernels enhance;
+    AreaKernels area;
 
     /// out[i] = row[map.columns[i]]. Reads up to 16 * windows samples from each block's start on.
     void (*pickColumns)(const uint8_t* row, const ColumnMap& map, uint8_t* out, size_t count);
@@ -192,6 +200,7 @@ struct RowKernels {
     AreaKernels area;
 
     ColourKernels colour;
+    AnalysisKernels analysis;
 };
 
 /// The kernels of the best level that the processor has and that is not above `atMost` or the

@@ -37,30 +37,6 @@ BandBits packBands(const BytePlane& plane, PackForeground pack, RunLabels& label
     return bits;
 }
 
-/// Runs start and end where bits change, in turn.
-void extractRuns(const uint64_t* words, size_t count, int width, Run* run) {
-    uint64_t before = 0;
-    bool isOpen = false;
-    for (size_t i = 0; i < count; ++i) {
-        uint64_t changes = words[i] ^ (words[i] << 1 | before);
-        before = words[i] >> 63;
-        const auto base = static_cast<int32_t>(64 * i);
-        if (isOpen && changes != 0) {
-            (run++)->end = base + __builtin_ctzll(changes);
-            changes &= changes - 1;
-            isOpen = false;
-        }
-        for (; changes != 0; changes &= changes - 1) {
-            run->begin = base + __builtin_ctzll(changes);
-            changes &= changes - 1;
-            isOpen = changes == 0;
-            if (isOpen) break;
-            (run++)->end = base + __builtin_ctzll(changes);
-        }
-    }
-    if (isOpen) run->end = width;
-}
-
 /// Names given to runs as they come, some of which turn out to mean the same region. Each knows
 /// another such that is no later than itself; the first of a region knows itself.
 class Names {
@@ -196,6 +172,31 @@ class Namer {
 };
 
 }  // namespace
+
+// Runs start and end where bits change, in turn.
+Run* extractRuns(const uint64_t* words, size_t count, int width, Run* run) {
+    uint64_t before = 0;  // the last bit of the word before
+    bool isOpen = false;
+    for (size_t i = 0; i < count; ++i) {
+        uint64_t changes = words[i] ^ (words[i] << 1 | before);
+        before = words[i] >> 63;
+        const auto base = static_cast<int32_t>(64 * i);
+        if (isOpen && changes != 0) {
+            (run++)->end = base + __builtin_ctzll(changes);
+            changes &= changes - 1;
+            isOpen = false;
+        }
+        for (; changes != 0; changes &= changes - 1) {
+            run->begin = base + __builtin_ctzll(changes);
+            changes &= changes - 1;
+            isOpen = changes == 0;
+            if (isOpen) break;
+            (run++)->end = base + __builtin_ctzll(changes);
+        }
+    }
+    if (isOpen) (run++)->end = width;
+    return run;
+}
 
 RunLabels labelRuns(const BytePlane& plane, PackForeground pack, int connect) {
     RunLabels labels;

@@ -79,6 +79,10 @@ struct RunLabels {
 /// of runs. A row kernel such as packNonZero.
 using PackForeground = size_t (*)(const uint8_t* samples, uint64_t* words, size_t count);
 
+/// Writes the runs of a row's bits, which are `count` words and 0 from `width` on. Returns the end
+/// of what it wrote.
+Run* extractRuns(const uint64_t* words, size_t count, int width, Run* run);
+
 /// Finds the regions, none in an empty plane; `connect` is 4 or 8. The time depends on the number
 /// of runs, not on shapes. Takes 12 bytes a run, some 24 more for one that touches none above, and
 /// in passing an eighth of the plane. A plane has at most one run for two pixels.

@@ -17,6 +17,13 @@ struct IplImageRelease {
 /// An `IplImage` that is released with its handle.
 using IplImageHandle = std::unique_ptr<IplImage, IplImageRelease>;
 
+struct CvStorageRelease {
+    void operator()(CvMemStorage* storage) const { cvReleaseMemStorage(&storage); }
+};
+
+/// The memory that sequences live in.
+using CvStorageHandle = std::unique_ptr<CvMemStorage, CvStorageRelease>;
+
 inline IplImageHandle makeIplImage(int width, int height, int channels) {
     return IplImageHandle(cvCreateImage(cvSize(width, height), IPL_DEPTH_8U, channels));
 }
