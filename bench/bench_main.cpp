@@ -157,7 +157,6 @@ int runAll(int argc, char** argv) {
     addAnalysisRows();
     addAreaRows();
     addGeometryRows();
-    addAreaRows();
     addColourRows();
     if (!checkRows()) return 1;
     for (size_t i = 0; i < rows().size(); ++i)

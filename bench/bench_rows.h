@@ -40,14 +40,12 @@ void addLevelRows();
 void addAnalysisRows();
 void addAreaRows();
 void addGeometryRows();
-void addLevelRows();
 
 /// Adds an operation that may use two threads.
 void addTeamRow(const std::string& name, const Call& call);
 
 /// Prints what two threads bring.
 void printTeamTable();
-void addAreaRows();
 void addColourRows();
 
 /// Prints how much memory the operations take.

@@ -360,13 +360,14 @@ KEL_API int KelResizeImage(unsigned char* src, kelSize srcSize, unsigned char* d
 /// Angles are in degrees. All planes have the image's size; rows have no padding.
 /// @{
 
-/// Tells where a point moves when the image is turned by KelRotateImageLittleAngle(): the distance
-/// from the centre is truncated first, the results are truncated. Points right of the centre come
-/// out mirrored through it; the centre itself stays.
+/// Turns a point about the image's centre, anticlockwise for positive angles: it gives where a
+/// point goes under KelRotateImageLittleAngle() by -`angle`, or comes from under `angle`. The
+/// distance from the centre and the results are truncated. Points right of the centre come out
+/// mirrored through it; the centre itself stays.
 KEL_API void KelRotateCorTran(double angle, int w, int h, int x, int y, int* outX, int* outY);
 
-/// Turns an image about its centre by bilinear sampling (`cvGetQuadrangleSubPix`); what lies
-/// outside repeats the border.
+/// Turns an image about its centre, clockwise for positive angles, by bilinear sampling
+/// (`cvGetQuadrangleSubPix`); what lies outside repeats the border.
 /// @param dst may be `src`
 /// @return 0, or -1 when widths, heights or channel counts differ (`dst` is then untouched)
 KEL_API int KelGetQuadrangleSubPix(IplImage* src, IplImage* dst, double angle);
@@ -539,84 +540,6 @@ KEL_API int KelAutoColorLeversAdjust1(unsigned char* src, unsigned char* dst, in
 /// for a key. `dst` is complete before the windows show; it may be `src`. Without a display nothing
 /// is shown, and a line on standard error says so. Not for several threads at once.
 KEL_API void KelHistAver(unsigned char* src, unsigned char* dst, kelSize size);
-/// @name Resizing
-/// @{
-
-/// Method numbers of KelResizeImage(). Numbers outside 1 to 8, and 2, act as `KEL_RESIZE_LINEAR`.
-enum {
-    KEL_RESIZE_LINEAR = 0,        ///< OpenCV's bilinear interpolation
-    KEL_RESIZE_NEAREST = 1,       ///< OpenCV's nearest neighbour
-    KEL_RESIZE_AREA = 3,          ///< OpenCV's means of areas
-    KEL_RESIZE_CUBIC = 4,         ///< OpenCV's bicubic interpolation
-    KEL_RESIZE_FAST_LINEAR = 5,   ///< bilinear in double precision, truncated
-    KEL_RESIZE_FAST_AVERAGE = 6,  ///< mean of four neighbours, truncated
-    KEL_RESIZE_FAST_MIN = 7,      ///< least of four neighbours: keeps thin dark strokes
-    KEL_RESIZE_FAST_NEAREST = 8   ///< the sample at the truncated position
-};
-
-/// Scales a channel image.
-///
-/// Methods 5 to 8 map target pixel (x, y) to source column (int)(x * (srcW / dstW)) and row (int)(y
-/// * (srcH / dstH)) in double precision, without an offset of half a pixel, on up to four threads.
-/// With three planes, methods 6 to 8 leave the last row and column of the target as they were. In
-/// the last source row and column all four take the sample itself.
-/// @param src      srcSize.width*srcSize.height bytes a plane; must not overlap `dst` in methods 5
-///                 to 8
-/// @param channels 1 or 3. Methods 6 to 8 change nothing for another count, or a null pointer or a
-///                 size below 1; method 5 takes any count but 1 for three planes
-/// @return 0; -1 when the source and -2 when the result could not be converted for OpenCV
-/// @throws cv::Exception from OpenCV's methods, for sizes below 1
-KEL_API int KelResizeImage(unsigned char* src, kelSize srcSize, unsigned char* dst, kelSize dstSize,
-                           int channels, int method);
-
-/// @}
-/// @name Rotation
-/// Angles are in degrees. All planes have the image's size; rows have no padding.
-/// @{
-
-/// Turns a point about the image's centre, anticlockwise for positive angles: it gives where a
-/// point goes under KelRotateImageLittleAngle() by -`angle`, or comes from under `angle`. The
-/// distance from the centre and the results are truncated. Points right of the centre come out
-/// mirrored through it; the centre itself stays.
-KEL_API void KelRotateCorTran(double angle, int w, int h, int x, int y, int* outX, int* outY);
-
-/// Turns an image about its centre, clockwise for positive angles, by bilinear sampling
-/// (`cvGetQuadrangleSubPix`); what lies outside repeats the border.
-/// @param dst may be `src`
-/// @return 0, or -1 when widths, heights or channel counts differ (`dst` is then untouched)
-KEL_API int KelGetQuadrangleSubPix(IplImage* src, IplImage* dst, double angle);
-
-/// KelGetQuadrangleSubPix() on a channel image of 1 or 3 planes; at exactly 0 degrees a copy.
-/// @param dst width*height*channels bytes; may be `src`
-/// @return 0
-/// @throws cv::Exception for what OpenCV refuses, such as an image without pixels
-KEL_API int KelRotateImageLittleAngle(unsigned char* src, unsigned char* dst, kelSize size,
-                                      int channels, double angle);
-
-/// Turns an image by 180 degrees.
-/// @param dst      may be `src`
-/// @param channels 1 or 3
-/// @return 0
-KEL_API int KelRotate180(unsigned char* src, unsigned char* dst, kelSize size, int channels);
-
-/// KelRotate180() for a `dst` that does not overlap `src`.
-/// @param channels 1; any other value stands for three planes
-/// @return 0
-KEL_API int kel_RotateImage180(unsigned char* src, unsigned char* dst, kelSize size, int channels);
-
-/// Turns an image clockwise by 90 degrees.
-/// @param channels 1; any other value stands for three planes, which lie srcW*srcH bytes apart on
-///                 both sides
-/// @param dst      must not overlap `src`
-/// @param dstW     srcH, and dstH srcW; of other sizes only the pixels that have a source are
-///                 written
-/// @return 0
-KEL_API int kel_RotateImage90(unsigned char* src, int srcW, int srcH, int channels,
-                              unsigned char* dst, int dstW, int dstH);
-
-/// Turns an image anticlockwise by 90 degrees; otherwise as kel_RotateImage90().
-KEL_API int kel_RotateImage270(unsigned char* src, int srcW, int srcH, int channels,
-                               unsigned char* dst, int dstW, int dstH);
 
 /// @}
 

@@ -8,11 +8,10 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "row_kernels_enhance.h"
 #include "analysis_kernels.h"
 #include "area_kernels.h"
 #include "colour_kernels.h"
-#include "enhance_kernels.h"
+#include "row_kernels_enhance.h"
 
 namespace kel::detail {
 
@@ -80,84 +79,6 @@ struct RowKernels {
     /// Adds `weight` times each sample to its sum, modulo 2^32.
     void (*addWeighted)(const uint8_t* samples, uint32_t weight, uint32_t* sums, size_t count);
 
-    /// Means of 2 by 2 samples, halves up: `count` of them from two rows. No overlap.
-    void (*halve)(const uint8_t* above, const uint8_t* below, uint8_t* means, size_t count);
-
-    /// `table[sample]` for each sample, from 256 entries. `out` may be `in`.
-    void (*lookUp)(const uint8_t* in, const uint8_t* table, uint8_t* out, size_t count);
-
-    /// Adds the number of samples of each level to `counts`, which has 256 entries.
-    void (*countSamples)(const uint8_t* samples, uint32_t* counts, size_t count);
-
-    EnhanceKernels enhance;
-    /// 255 where a sample exceeds its level, 0 elsewhere. The level is `whenMasked` where the mask
-    /// is not 0, `otherwise` elsewhere. `out` may be `in` or `mask`.
-    void (*thresholdByMask)(const uint8_t* in, const uint8_t* mask, uint8_t* out, size_t count,
-                            uint8_t otherwise, uint8_t whenMasked);
-
-    EnhanceKernels enhance;
-    AreaKernels area;
-
-    /// out[i] = row[map.columns[i]]. Reads up to 16 * windows samples from each block's start on.
-    void (*pickColumns)(const uint8_t* row, const ColumnMap& map, uint8_t* out, size_t count);
-
-    /// The same for left[i], and right[i] = row[map.columns[i] + 1]; the windows hold both.
-    void (*pickPairs)(const uint8_t* row, const ColumnMap& map, uint8_t* left, uint8_t* right,
-                      size_t count);
-
-    /// Truncated means of row[i], row[i + 1], below[i] and below[i + fourth]. No overlap.
-    void (*quadMeans)(const uint8_t* row, const uint8_t* below, ptrdiff_t fourth, uint8_t* out,
-                      size_t count);
-
-    /// The least of the same four. No overlap.
-    void (*quadLeasts)(const uint8_t* row, const uint8_t* below, ptrdiff_t fourth, uint8_t* out,
-                       size_t count);
-
-    /// samples[i] * weights[i]. No overlap.
-    void (*weighSamples)(const uint8_t* samples, const double* weights, double* out, size_t count);
-
-    /// left * weight + right * weight + leftBelow * weightBelow + rightBelow * weightBelow, added
-    /// in this order and truncated. No overlap.
-    void (*blendWeighted)(const double* left, const double* right, const double* leftBelow,
-                          const double* rightBelow, double weight, double weightBelow, uint8_t* out,
-                          size_t count);
-
-    /// The same of `samples`: left, right, left below and right below, times their column's weight.
-    void (*blendSamples)(const uint8_t* const samples[4], const double* leftWeights,
-                         const double* rightWeights, double weight, double weightBelow,
-                         uint8_t* out, size_t count);
-
-    /// out[i] = in[count - 1 - i]. No overlap.
-    void (*reverseBytes)(const uint8_t* in, uint8_t* out, size_t count);
-
-    /// out[x * outStride + y] = in[y * inStride + x]; strides may be negative. No overlap.
-    void (*transpose)(const uint8_t* in, ptrdiff_t inStride, uint8_t* out, ptrdiff_t outStride,
-                      ptrdiff_t columns, ptrdiff_t rows);
-
-    /// 255 where a sample exceeds its level, 0 elsewhere. The level is `whenMasked` where the mask
-    /// is not 0, `otherwise` elsewhere. `out` may be `in` or `mask`.
-    void (*thresholdByMask)(const uint8_t* in, const uint8_t* mask, uint8_t* out, size_t count,
-                            uint8_t otherwise, uint8_t whenMasked);
-
-    /// 255 where a sample is below `cut`, or at most `level` with its `local` byte 255; 0
-    /// elsewhere. `local` holds 0 and 255. A bit of `marks` is set where the result is 255, a bit
-    /// of `candidates` where only `local` is; order and last word as in packNonZero. `out` may be
-    /// `in` or `local`.
-    void (*markCertain)(const uint8_t* in, const uint8_t* local, uint8_t* out, uint64_t* marks,
-                        uint64_t* candidates, size_t count, uint8_t cut, uint8_t level);
-
-    /// The luminance plus `ratio` times the greatest distance of a sample from the mean of the
-    /// three, in double precision, truncated and cut to 0..255. No overlap.
-    void (*greySpread)(const uint8_t* r, const uint8_t* g, const uint8_t* b, uint8_t* out,
-                       size_t count, double ratio);
-
-    /// The same with `ratio` times r - min(g, b), for pixels with r - max(g, b) at least 21 and
-    /// max(g, b) at most 157, and the luminance for others. No overlap.
-    void (*greyRedLift)(const uint8_t* r, const uint8_t* g, const uint8_t* b, uint8_t* out,
-                        size_t count, double ratio);
-
-    /// Writes 0 to `out` where a sample exceeds `level`. No overlap.
-    void (*clearAbove)(const uint8_t* in, uint8_t* out, size_t count, uint8_t level);
     /// Means of 2 by 2 samples: `count` of them from two rows. `rounding` is added to the sum: 2
     /// for halves up, 0 to truncate. No overlap.
     void (*halve)(const uint8_t* above, const uint8_t* below, uint8_t* means, size_t count,
@@ -196,9 +117,40 @@ struct RowKernels {
     /// out[x * outStride + y] = in[y * inStride + x]; strides may be negative. No overlap.
     void (*transpose)(const uint8_t* in, ptrdiff_t inStride, uint8_t* out, ptrdiff_t outStride,
                       ptrdiff_t columns, ptrdiff_t rows);
+
+    /// `table[sample]` for each sample, from 256 entries. `out` may be `in`.
+    void (*lookUp)(const uint8_t* in, const uint8_t* table, uint8_t* out, size_t count);
+
+    /// Adds the number of samples of each level to `counts`, which has 256 entries.
+    void (*countSamples)(const uint8_t* samples, uint32_t* counts, size_t count);
+
+    /// 255 where a sample exceeds its level, 0 elsewhere. The level is `whenMasked` where the mask
+    /// is not 0, `otherwise` elsewhere. `out` may be `in` or `mask`.
+    void (*thresholdByMask)(const uint8_t* in, const uint8_t* mask, uint8_t* out, size_t count,
+                            uint8_t otherwise, uint8_t whenMasked);
+
+    /// 255 where a sample is below `cut`, or at most `level` with its `local` byte 255; 0
+    /// elsewhere. `local` holds 0 and 255. A bit of `marks` is set where the result is 255, a bit
+    /// of `candidates` where only `local` is; order and last word as in packNonZero. `out` may be
+    /// `in` or `local`.
+    void (*markCertain)(const uint8_t* in, const uint8_t* local, uint8_t* out, uint64_t* marks,
+                        uint64_t* candidates, size_t count, uint8_t cut, uint8_t level);
+
+    /// The luminance plus `ratio` times the greatest distance of a sample from the mean of the
+    /// three, in double precision, truncated and cut to 0..255. No overlap.
+    void (*greySpread)(const uint8_t* r, const uint8_t* g, const uint8_t* b, uint8_t* out,
+                       size_t count, double ratio);
+
+    /// The same with `ratio` times r - min(g, b), for pixels with r - max(g, b) at least 21 and
+    /// max(g, b) at most 157, and the luminance for others. No overlap.
+    void (*greyRedLift)(const uint8_t* r, const uint8_t* g, const uint8_t* b, uint8_t* out,
+                        size_t count, double ratio);
+
+    /// Writes 0 to `out` where a sample exceeds `level`. No overlap.
+    void (*clearAbove)(const uint8_t* in, uint8_t* out, size_t count, uint8_t level);
+
     EnhanceKernels enhance;
     AreaKernels area;
-
     ColourKernels colour;
     AnalysisKernels analysis;
 };
