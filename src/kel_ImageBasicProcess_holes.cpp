@@ -97,9 +97,9 @@ bool markHoles(StripPlane& strips, int radius) {
     const ToolkitRegions regions(plane, rowKernels().packNonZero);
     if (regions.count() < 5) return false;
     const double circle = truncated(3.1415926 * radius * radius);
-    std::vector<char> holes;
+    std::vector<char> holes(static_cast<size_t>(regions.count()));
     for (int i = 0; i < regions.count(); ++i)
-        holes.push_back(isHole(regions[i], circle) ? 1 : 0);
+        holes[static_cast<size_t>(i)] = isHole(regions[i], circle) ? 1 : 0;
     strips = StripPlane(strips.strip, strips.size.height, 0);
     regions.forEachRun([&](int y, Run run, int region) {
         if (holes[static_cast<size_t>(region)] != 0)

@@ -1,5 +1,6 @@
 // kelpage holes: pages without the dark holes of binders.
 #include <algorithm>
+#include <cmath>
 #include <memory>
 #include <optional>
 
@@ -42,7 +43,7 @@ size_t holesIn(const Page& before, const Page& after) {
 
 Outcome fillHoles(Page page, const Arguments& arguments) {
     const int radius =
-        arguments.radius.value_or(static_cast<int>(dpiOf(page) * kHoleRadiusInch + 0.5));
+        arguments.radius.value_or(static_cast<int>(std::lround(dpiOf(page) * kHoleRadiusInch)));
     const int strip = arguments.strip.value_or(
         std::min(static_cast<int>(dpiOf(page) * kStripInch), (page.size.width - 100) / 2));
     Outcome outcome;
