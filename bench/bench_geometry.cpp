@@ -2,8 +2,7 @@
 #include <opencv2/imgproc/imgproc_c.h>
 #include <opencv2/imgproc.hpp>
 
-#include <chrono>
-#include <cstdio>
+#include <cmath>
 #include <memory>
 
 #include "bench_pages.h"
@@ -139,18 +138,6 @@ void addTurnRows(const PageSet& page, int channels) {
             1.2, [=] { return ours->samples == theirs->planes(); }});
 }
 
-double shortestMs(const Call& call) {
-    double best = 1e300;
-    for (int round = 0; round < 40; ++round) {
-        const auto start = std::chrono::steady_clock::now();
-        call();
-        const std::chrono::duration<double, std::milli> spent =
-            std::chrono::steady_clock::now() - start;
-        best = std::min(best, spent.count());
-    }
-    return best;
-}
-
 }  // namespace
 
 void addGeometryRows() {
@@ -162,25 +149,16 @@ void addGeometryRows() {
             addTurnRows(page, channels);
         }
     addResizeRows(pages()[0], 1, {"1.6", 160});
-}
-
-void printTeamTable() {
-    std::printf("| wall time, ms | one thread | two threads | gain |\n|---|---|---|---|\n");
-    const PageSet& page = pages().back();
-    for (int channels : {1, 3})
-        for (int method : {5, 6, 7, 8}) {
-            const PicturePtr from = pictureOf(page, channels);
-            Picture to({page.size.width * 4 / 5, page.size.height * 4 / 5}, channels);
-            double ms[2] = {};
-            for (int threads : {1, 2}) {
-                kel::detail::forceTeamSize(threads);
-                ms[threads - 1] = shortestMs([&] { resize(*from, to, method); });
-            }
-            std::printf("| KelResizeImage %d, %s %s to 0.8 | %.2f | %.2f | %.2f |\n", method,
-                        page.name.c_str(), channels == 1 ? "grey" : "colour", ms[0], ms[1],
-                        ms[0] / ms[1]);
-        }
-    std::printf("\n");
+    for (int channels : {1, 3}) {
+        const PageSet& page = pages().back();
+        const PicturePtr from = pictureOf(page, channels);
+        const auto to = std::make_shared<Picture>(
+            kelSize{page.size.width * 4 / 5, page.size.height * 4 / 5}, channels);
+        for (int method : {5, 6, 7, 8})
+            addTeamRow("KelResizeImage " + std::to_string(method) + ", " + page.name +
+                           (channels == 1 ? " grey" : " colour") + " to 0.8",
+                       [=] { resize(*from, *to, method); });
+    }
 }
 
 }  // namespace bench

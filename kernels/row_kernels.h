@@ -8,6 +8,11 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "analysis_kernels.h"
+#include "area_kernels.h"
+#include "colour_kernels.h"
+#include "row_kernels_enhance.h"
+
 namespace kel::detail {
 
 enum class CpuLevel { plain, avx2, best = avx2 };
@@ -112,6 +117,42 @@ struct RowKernels {
     /// out[x * outStride + y] = in[y * inStride + x]; strides may be negative. No overlap.
     void (*transpose)(const uint8_t* in, ptrdiff_t inStride, uint8_t* out, ptrdiff_t outStride,
                       ptrdiff_t columns, ptrdiff_t rows);
+
+    /// `table[sample]` for each sample, from 256 entries. `out` may be `in`.
+    void (*lookUp)(const uint8_t* in, const uint8_t* table, uint8_t* out, size_t count);
+
+    /// Adds the number of samples of each level to `counts`, which has 256 entries.
+    void (*countSamples)(const uint8_t* samples, uint32_t* counts, size_t count);
+
+    /// 255 where a sample exceeds its level, 0 elsewhere. The level is `whenMasked` where the mask
+    /// is not 0, `otherwise` elsewhere. `out` may be `in` or `mask`.
+    void (*thresholdByMask)(const uint8_t* in, const uint8_t* mask, uint8_t* out, size_t count,
+                            uint8_t otherwise, uint8_t whenMasked);
+
+    /// 255 where a sample is below `cut`, or at most `level` with its `local` byte 255; 0
+    /// elsewhere. `local` holds 0 and 255. A bit of `marks` is set where the result is 255, a bit
+    /// of `candidates` where only `local` is; order and last word as in packNonZero. `out` may be
+    /// `in` or `local`.
+    void (*markCertain)(const uint8_t* in, const uint8_t* local, uint8_t* out, uint64_t* marks,
+                        uint64_t* candidates, size_t count, uint8_t cut, uint8_t level);
+
+    /// The luminance plus `ratio` times the greatest distance of a sample from the mean of the
+    /// three, in double precision, truncated and cut to 0..255. No overlap.
+    void (*greySpread)(const uint8_t* r, const uint8_t* g, const uint8_t* b, uint8_t* out,
+                       size_t count, double ratio);
+
+    /// The same with `ratio` times r - min(g, b), for pixels with r - max(g, b) at least 21 and
+    /// max(g, b) at most 157, and the luminance for others. No overlap.
+    void (*greyRedLift)(const uint8_t* r, const uint8_t* g, const uint8_t* b, uint8_t* out,
+                        size_t count, double ratio);
+
+    /// Writes 0 to `out` where a sample exceeds `level`. No overlap.
+    void (*clearAbove)(const uint8_t* in, uint8_t* out, size_t count, uint8_t level);
+
+    EnhanceKernels enhance;
+    AreaKernels area;
+    ColourKernels colour;
+    AnalysisKernels analysis;
 };
 
 /// The kernels of the best level that the processor has and that is not above `atMost` or the

@@ -17,6 +17,13 @@ struct IplImageRelease {
 /// An `IplImage` that is released with its handle.
 using IplImageHandle = std::unique_ptr<IplImage, IplImageRelease>;
 
+struct CvStorageRelease {
+    void operator()(CvMemStorage* storage) const { cvReleaseMemStorage(&storage); }
+};
+
+/// The memory that sequences live in.
+using CvStorageHandle = std::unique_ptr<CvMemStorage, CvStorageRelease>;
+
 inline IplImageHandle makeIplImage(int width, int height, int channels) {
     // cvCreateImage() itself loses its header when it refuses a size or has no memory for it.
     if (width < 0 || height < 0 || channels < 0)

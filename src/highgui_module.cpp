@@ -50,6 +50,13 @@ void writeImageFile(const std::string& name, const cv::Mat& image) {
                  KEL_HIGHGUI_MODULE_FILE);
 }
 
+void showUntilKey(const std::vector<ShownImage>& images) {
+    const HighguiModule* module = highguiModule();
+    if (module && module->showUntilKey(images)) return;
+    std::fprintf(stderr, "KelImageLib: cannot show images: %s\n",
+                 module ? "there is no display" : KEL_HIGHGUI_MODULE_FILE " is missing");
+}
+
 std::string fileName(const char* name) {
     if (!name) throw std::logic_error("basic_string::_M_construct null not valid");
     return name;

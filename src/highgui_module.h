@@ -8,8 +8,15 @@
 #include <opencv2/core.hpp>
 
 #include <string>
+#include <vector>
 
 namespace kel::detail {
+
+/// An image and the title of its window.
+struct ShownImage {
+    const char* title;
+    cv::Mat image;
+};
 
 /// What the module offers; its one exported symbol is a function that returns this table.
 struct HighguiModule {
@@ -20,9 +27,12 @@ struct HighguiModule {
 
     /// `cv::imwrite` without parameters. OpenCV's errors pass through.
     bool (*write)(const std::string& name, const cv::Mat& image);
+
+    /// Shows each image in a window until a key is pressed; false where there is no display.
+    bool (*showUntilKey)(const std::vector<ShownImage>& images);
 };
 
-constexpr int kHighguiModuleVersion = 1;
+constexpr int kHighguiModuleVersion = 2;
 constexpr const char* kHighguiModuleEntry = "kelHighguiModule";
 
 /// The module, or null where it is missing or belongs to another build.
@@ -33,6 +43,10 @@ cv::Mat readImageFile(const std::string& name, int flags);
 
 /// Writes an image file. Where the module is missing a line on standard error says so.
 void writeImageFile(const std::string& name, const cv::Mat& image);
+
+/// Shows each image in a window until a key is pressed. Without a display or the module a line on
+/// standard error says so, and nothing is shown.
+void showUntilKey(const std::vector<ShownImage>& images);
 
 /// A file name as a string. A null name ends in std::logic_error with the text that hosts know.
 std::string fileName(const char* name);

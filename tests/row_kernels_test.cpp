@@ -98,6 +98,94 @@ TEST_P(Levels, BitsSumsAndHalves) {
     }
 }
 
+TEST_P(Levels, FullSamplesChangesAndSpreadBits) {
+    for (unsigned n = 0; n <= 200; ++n) {
+        const unsigned start = n % 5;
+        const Bytes in = test::randomBytes(n + 8, n, 254, n % 2 == 0 ? 2 : 60);
+        std::vector<int32_t> numbers(n + 1);
+        for (unsigned i = 1; i < n; ++i)
+            numbers[i] = i % 7 == 0 ? numbers[i - 1] + 1 : numbers[i - 1];
+        const size_t words = (n + 63) / 64;
+        Guarded full(8 * words), changes(8 * words), spread(8 * words);
+        const size_t runs =
+            kernels.area.packFull(&in[start], reinterpret_cast<uint64_t*>(full.data()), n);
+        kernels.area.packChanges(&numbers[n > 100], reinterpret_cast<uint64_t*>(changes.data()), n);
+        std::vector<uint64_t> rows[5], scratch(words + 2, 77);
+        const uint64_t* row[5];
+        for (unsigned k = 0; k < 5; ++k) {
+            for (const unsigned char b : test::randomBytes(words, n + k, 0, 64))
+                rows[k].push_back(b < 8 ? uint64_t{0x8000000000000001U} >> b << b : 0);
+            row[k] = rows[k].data();
+        }
+        kernels.area.spreadBits(row, scratch.data(), reinterpret_cast<uint64_t*>(spread.data()),
+                                words);
+        std::vector<uint64_t> copy(words);
+        EXPECT_EQ(kernels.area.packPacked(full.data(), copy.data(), n), runs);
+        EXPECT_TRUE(std::memcmp(copy.data(), full.data(), 8 * words) == 0);
+        const auto isFull = [&](unsigned i) { return in[start + i] == 255; };
+        size_t starts = 0;
+        const auto inAnyRow = [&](size_t i) {
+            return i < 64 * words && std::any_of(row, row + 5, [i](const uint64_t* bits) {
+                       return (bits[i / 64] >> i % 64 & 1) != 0;
+                   });
+        };
+        for (unsigned i = 0; i < 64 * words; ++i) {
+            const auto bitOf = [i](Guarded& bits) {
+                return (bits.data()[i / 8] >> i % 8 & 1) != 0;
+            };
+            const int32_t* const number = &numbers[n > 100];
+            ASSERT_EQ(bitOf(full), i < n && isFull(i)) << n << " at " << i;
+            ASSERT_EQ(bitOf(changes), i < n && number[i] != (i > 0 ? number[i - 1] : 0)) << n;
+            bool isNear = false;
+            for (size_t k = i + 128; k < i + 133; ++k)
+                isNear |= k >= 130 && inAnyRow(k - 130);
+            ASSERT_EQ(bitOf(spread), isNear) << n << " at " << i;
+            starts += i < n && isFull(i) && (i == 0 || !isFull(i - 1));
+        }
+        ASSERT_EQ(runs, starts) << n;
+        full.bytes();
+        spread.bytes();
+        changes.bytes();
+    }
+}
+
+TEST_P(Levels, TablesAndCounts) {
+    for (unsigned n = 0; n <= 600; n += n < 70 || n > 250 ? 1 : 7) {
+        const Bytes in = test::randomBytes(n + 5, n), table = test::randomBytes(256, n + 1);
+        const unsigned char* const p = &in[n % 5];
+        Guarded out(n), same(Bytes(p, p + n)), binary(n);
+        const Bytes mask = test::randomBytes(n + 1, n, 0, 2);
+        uint32_t counts[256] = {}, expected[256] = {};
+        kernels.lookUp(p, table.data(), out.data(), n);
+        kernels.lookUp(same.data(), table.data(), same.data(), n);
+        for (int twice = 0; twice < 2; ++twice)
+            kernels.countSamples(p, counts, n);
+        Guarded mixed(Bytes(mask.begin(), mask.begin() + n)), bits(16 * ((n + 63) / 64));
+        for (unsigned i = 0; i < n; ++i)  // as a local plane, in place
+            mixed.data()[i] = mask[i] != 0 ? 255 : 0;
+        auto* const marks = reinterpret_cast<uint64_t*>(bits.data());
+        uint64_t* const candidates = marks + (n + 63) / 64;
+        kernels.markCertain(p, mixed.data(), mixed.data(), marks, candidates, n, 60, 180);
+        for (unsigned i = 0; i < 64 * ((n + 63) / 64); ++i) {
+            const bool marked = i < n && (p[i] < 60 || (mask[i] != 0 && p[i] <= 180));
+            const bool candidate = i < n && mask[i] != 0 && p[i] > 180;
+            ASSERT_EQ(marks[i / 64] >> i % 64 & 1, marked) << n << " at " << i;
+            ASSERT_EQ(candidates[i / 64] >> i % 64 & 1, candidate) << n << " at " << i;
+            ASSERT_TRUE(i >= n || mixed.data()[i] == (marked ? 255 : 0));
+        }
+        kernels.thresholdByMask(p, mask.data(), binary.data(), n, 130, 90);
+        for (unsigned i = 0; i < n; ++i) {
+            ASSERT_EQ(binary.data()[i], p[i] > (mask[i] != 0 ? 90 : 130) ? 255 : 0) << n;
+            ASSERT_EQ(out.data()[i], table[p[i]]) << n << " at " << i;
+            expected[p[i]] += 2;
+        }
+        ASSERT_EQ(same.bytes(), out.bytes()) << n;
+        for (const Guarded* checked : {&binary, &mixed, &bits})
+            checked->bytes();
+        ASSERT_TRUE(std::equal(counts, counts + 256, expected)) << n;
+    }
+}
+
 TEST_P(Levels, ReversalsAndTranspositions) {
     for (unsigned n = 0; n <= 80; ++n) {
         const Bytes in = test::randomBytes(100 * n, n);
@@ -184,6 +272,44 @@ TEST_P(Levels, GreyOfBgrEqualsOpenCvForEveryTriple) {
         cv::cvtColor(cv::Mat(1, 65536, CV_8UC3, pixels.data()), expectedMat, cv::COLOR_BGR2GRAY);
         ASSERT_EQ(out, expected);
     });
+}
+
+TEST_P(Levels, FoldsOfEveryTriple) {
+    const double ratio = GetParam() == std::string("plain") ? 0.7F : 1.0F;
+    Bytes spread(65536), lifted(65536);
+    forEveryTriple([&](const Bytes& r, const Bytes& g, const Bytes& b) {
+        kernels.greySpread(r.data(), g.data(), b.data(), spread.data(), r.size(), ratio);
+        kernels.greyRedLift(r.data(), g.data(), b.data(), lifted.data(), r.size(), -ratio);
+        for (size_t i = 0; i < r.size(); ++i) {
+            ASSERT_EQ(spread[i], test::greySpread(r[i], g[i], b[i], ratio)) << +r[i] << " " << i;
+            ASSERT_EQ(lifted[i], test::redLift(r[i], g[i], b[i], -ratio)) << +r[i] << " " << i;
+        }
+    });
+}
+
+// Whole blocks of pixels that are nearly grey, by weights within and beyond what tables hold.
+TEST_P(Levels, FoldsOfNearGreys) {
+    Bytes r, g, b;
+    for (int k = 0; k < 256 * 31 * 31; ++k) {
+        const int green = k / 961, red = green + k / 31 % 31 - 15, blue = green + k % 31 - 15;
+        const auto [low, high] = std::minmax({red, green, blue});
+        const int middle = red + green + blue - low - high;
+        if (low < 0 || high > 255 || high - low + std::max(high - middle, middle - low) > 15)
+            continue;
+        r.push_back(static_cast<unsigned char>(red));
+        g.push_back(static_cast<unsigned char>(green));
+        b.push_back(static_cast<unsigned char>(blue));
+    }
+    Bytes spread(r.size()), lifted(r.size());
+    for (const float ratio : {0.0F, 0.1F, 0.5F, 0.7F, 1.0F, 2.5F, 6.3F, 6.5F, -1.0F, -2.7F, -2.8F,
+                              1e3F, 1e7F, -INFINITY, NAN}) {
+        kernels.greySpread(r.data(), g.data(), b.data(), spread.data(), r.size(), ratio);
+        kernels.greyRedLift(r.data(), g.data(), b.data(), lifted.data(), r.size(), ratio);
+        for (size_t i = 0; i < r.size(); ++i) {
+            ASSERT_EQ(spread[i], test::greySpread(r[i], g[i], b[i], ratio)) << ratio << " " << i;
+            ASSERT_EQ(lifted[i], test::redLift(r[i], g[i], b[i], ratio)) << ratio << " " << i;
+        }
+    }
 }
 
 // Neutral pixels and colours whose weighted sum is a multiple of 1000, together in one block.

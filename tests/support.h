@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <random>
 #include <vector>
@@ -93,6 +94,23 @@ inline Bytes greyOf(const Bytes& samples, int channels) {
         grey[i] =
             channels == 1 ? samples[i] : luminance(samples[i], samples[n + i], samples[2 * n + i]);
     return grey;
+}
+
+/// The defining rules of the two pushes toward white.
+inline unsigned char stored(double v) {
+    return static_cast<unsigned char>(v < 0 ? 0 : v < 255 ? int(v) : 255);
+}
+
+inline unsigned char greySpread(int r, int g, int b, double ratio) {
+    const double mean = (r + g + b) / 3.0;
+    const double spread = std::max({std::abs(r - mean), std::abs(g - mean), std::abs(b - mean)});
+    return stored((0.299 * r + 0.587 * g) + 0.114 * b + spread * ratio);
+}
+
+inline unsigned char redLift(int r, int g, int b, double ratio) {
+    double lift = 0;
+    if (r - g >= 21 && r - b >= 21 && g <= 157 && b <= 157) lift = (g < b ? r - g : r - b) * ratio;
+    return stored((0.299 * r + 0.587 * g) + 0.114 * b + lift);
 }
 
 /// The defining rule of a fixed threshold.

@@ -130,7 +130,8 @@ IM_API imFile* imFileNew(const char* file_name, const char* format, int* error);
 
 /// Puts a file that was made for writing under its name. imFileClose does it as well, but cannot
 /// tell that it failed. Nothing may be saved after this.
-/// @return IM_ERR_NONE, also for a file that was opened for reading; IM_ERR_ACCESS when no image was
+/// @return IM_ERR_NONE, also for a file that was opened for reading; IM_ERR_ACCESS when no image
+/// was
 ///         saved, one was saved in part, or the bytes could not be written
 IM_API int imFileFinish(imFile* file);
 
