@@ -197,5 +197,29 @@ expect 1 "$kelpage" seal "$samples/page-dark-margins.jpg" -o "$work/x.png" --con
 says 'is a grey page'
 expect 2 "$kelpage" seal "$stamped/form-red-seal.png" -o "$work/x.png" --config "$samples/seal.cfg" --colour green
 
+# Sizes and turns, by number and name, with what they report; four quarter turns lead back.
+expect 0 "$kelpage" resize "$samples/cheque-blank.jpg" -o "$work/half.png" --scale 0.5 --report "$work/sizes"
+says '^cheque-blank.jpg: 1269 x 524 pixels -> 635 x 262 pixels in [0-9.]+ ms$'
+[ "$(grep -c '<img' "$work/sizes/index.html")" -eq 2 ] || fail "not before and after"
+expect 0 "$kelpage" info "$work/half.png"
+says 'page 1: 635 x 262 pixels, colour'
+expect 0 "$kelpage" resize "$samples/cheque-blank.jpg" -o "$work/a.png" --size 400x300 --method 7
+expect 0 "$kelpage" resize "$samples/cheque-blank.jpg" -o "$work/b.png" --size 400x300 -m fast-min
+cmp -s "$work/a.png" "$work/b.png" || fail "number and name of a resize method differ"
+expect 2 "$kelpage" resize "$samples/cheque-blank.jpg" -o "$work/x.png"
+expect 2 "$kelpage" resize "$samples/cheque-blank.jpg" -o "$work/x.png" --size 0x9
+expect 2 "$kelpage" resize "$samples/cheque-blank.jpg" -o "$work/x.png" --scale 2 --method best
+expect 1 "$kelpage" resize "$samples/cheque-blank.jpg" -o "$work/x.png" --scale 100
+says 'would be too large$'
+expect 0 "$kelpage" rotate "$samples/cheque-blank.jpg" -o "$work/t0.png" --angle 360
+for turn in "0 90 1" "1 -270 2" "2 180 3" "3 0 4"; do
+  read -r from angle to <<< "$turn"
+  expect 0 "$kelpage" rotate "$work/t$from.png" -o "$work/t$to.png" --angle "$angle"
+done
+cmp -s "$work/t0.png" "$work/t4.png" || fail "turns do not lead back"
+expect 0 "$kelpage" rotate "$work/t0.png" -o "$work/little.png" --angle 2.5 --report "$work/turns"
+says 'turned in'
+expect 2 "$kelpage" rotate "$work/t0.png" -o "$work/x.png" --angle 400
+
 [ $failures -eq 0 ] && echo "kelpage behaves"
 exit $((failures > 0))

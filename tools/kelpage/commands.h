@@ -16,7 +16,9 @@ void addEdges(CLI::App& app, int& status);
 void addHoles(CLI::App& app, int& status);
 void addHue(CLI::App& app, int& status);
 void addInfo(CLI::App& app, int& status);
+void addResize(CLI::App& app, int& status);
 void addRoad(CLI::App& app, int& status);
+void addRotate(CLI::App& app, int& status);
 void addSeal(CLI::App& app, int& status);
 void addSheet(CLI::App& app, int& status);
 

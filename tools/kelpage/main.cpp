@@ -27,7 +27,9 @@ int run(int argc, char** argv) {
     kelpage::addHoles(app, status);
     kelpage::addHue(app, status);
     kelpage::addInfo(app, status);
+    kelpage::addResize(app, status);
     kelpage::addRoad(app, status);
+    kelpage::addRotate(app, status);
     kelpage::addSeal(app, status);
     kelpage::addSheet(app, status);
     try {
