@@ -8,9 +8,9 @@
 #include <cstring>
 #include <optional>
 
-#include "cv_handles.h"
 #include "kel_ImageBasicProcess.h"
 #include "kernels/row_kernels.h"
+#include "local_threshold.h"
 #include "plane_view.h"
 #include "sizes.h"
 #include "work_buffer.h"
@@ -54,23 +54,22 @@ void binarizeLocally(unsigned char* src, int channels, unsigned char* dst, kelSi
                      unsigned char isOpp, int blockSize, int offset) {
     if (isEmpty(size)) size = {0, 0};  // OpenCV refuses an empty image with an error of its own
     const auto bytes = static_cast<size_t>(planeStep(size));
-    cv::Mat source = planeMat(src, size);
+    unsigned char* source = src;
     std::optional<WorkPlane> work;
     if (channels == 3) {
-        work.emplace(bytes);
-        rowKernels().greyOfBgr(src, src + bytes, src + 2 * bytes, work->data(), bytes);
-        source = planeMat(work->data(), size);
+        source = work.emplace(bytes).data();
+        rowKernels().greyOfBgr(src, src + bytes, src + 2 * bytes, source, bytes);
     } else if (src != dst && overlaps(src, bytes, dst, bytes)) {
-        work.emplace(bytes);
-        std::memcpy(work->data(), src, bytes);
-        source = planeMat(work->data(), size);
+        source = work.emplace(bytes).data();
+        std::memcpy(source, src, bytes);
     }
-    // OpenCV finds out that it does not know a threshold type only after it has used the target, so
-    // a flag byte other than 0 and 1 works on a target of OpenCV's own until the error comes.
-    const int type = isOpp ^ cv::THRESH_BINARY_INV;
-    cv::Mat target = isOpp <= 1 ? planeMat(dst, size) : cv::Mat();
-    cv::adaptiveThreshold(source, target, 255.0, cv::ADAPTIVE_THRESH_GAUSSIAN_C, type, blockSize,
-                          static_cast<double>(offset));
+    LocalThreshold local(source, size, isOpp ^ cv::THRESH_BINARY_INV, blockSize,
+                         static_cast<double>(offset));
+    // OpenCV finds out that it does not know a threshold type only after it has used its target.
+    // That is no part of `dst`; an image without pixels is given to it for its error alone.
+    if (isEmpty(size)) return local.compute(0, 0, dst);
+    fillByBands(size, local.bandRows(), dst, source == dst,
+                [&](int first, int end, auto* out) { local.compute(first, end, out); });
 }
 
 }  // namespace

@@ -1,16 +1,17 @@
 // Global levels found by iteration from a histogram, and the binarizations that stand on them.
+#include <opencv2/imgproc.hpp>
+
 #include <algorithm>
 #include <cstdlib>
 #include <limits>
-#include <optional>
 
 #include "histogram.h"
 #include "kel_ImageBasicProcess.h"
 #include "kernels/row_kernels.h"
+#include "local_threshold.h"
 #include "plane_view.h"
 #include "sizes.h"
 #include "threshold_plane.h"
-#include "work_buffer.h"
 
 using namespace kel::detail;
 
@@ -103,6 +104,54 @@ unsigned char scaledLevel(unsigned char level, double ratio) {
     return static_cast<unsigned char>(scaled > 255.0 ? kHighest : static_cast<int>(scaled));
 }
 
+/// Compares with the one level where a sample isn't above its local threshold, with the other
+/// elsewhere. The local threshold costs most, and matters only to samples between the levels: rows
+/// without any go without it.
+class TwoLevels {
+  public:
+    TwoLevels(unsigned char* src, kelSize size, unsigned char low, unsigned char high)
+        : src_(constPlaneOf(src, size, 0)),
+          local_(src, size, cv::THRESH_BINARY, kLocalBlock, 0.0),
+          low_(low),
+          high_(high) {}
+
+    int bandRows() const { return local_.bandRows(); }
+
+    void compute(int first, int end, unsigned char* out) {
+        int from = first, to = end;
+        while (from < to && isClear(from))
+            ++from;
+        while (to > from && isClear(to - 1))
+            --to;
+        const auto width = static_cast<size_t>(src_.width);
+        const auto rows = [width](int count) { return static_cast<size_t>(count) * width; };
+        unsigned char* const between = out + rows(from - first);
+        unsigned char* const behind = out + rows(to - first);
+        thresholdSamples(src_.row(first), out, rows(from - first), low_, 0);
+        thresholdSamples(src_.row(to), behind, rows(end - to), low_, 0);
+        if (from == to) return;
+        local_.compute(from, to, between);
+        rowKernels().thresholdByMask(src_.row(from), between, between, rows(to - from), low_,
+                                     high_);
+    }
+
+  private:
+    /// True when no sample of the row lies between the levels.
+    bool isClear(int y) const {
+        const unsigned char* const row = src_.row(y);
+        const auto start = static_cast<unsigned char>(std::min(low_, high_) + 1);
+        const auto count = static_cast<unsigned char>(std::abs(high_ - low_));
+        unsigned char any = 0;
+        for (int x = 0; x < src_.width; ++x)
+            any |= static_cast<unsigned char>(row[x] - start) < count ? 1 : 0;
+        return any == 0;
+    }
+
+    ConstPlaneView src_;
+    LocalThreshold local_;
+    unsigned char low_, high_;
+};
+
 }  // namespace
 
 int KelGetThreshold(int* hist, int /*lowest*/, int /*width*/, int /*height*/, unsigned char initial,
@@ -159,13 +208,8 @@ int KelBinarizeThreshold_WholeAndPart(unsigned char* src, unsigned char* dst, ke
         thresholdSamples(src, dst, bytes, thres, 0);
         return 0;
     }
-    // The local plane is made where the result goes, unless that would change `src`.
-    std::optional<WorkPlane> own;
-    if (overlaps(src, bytes, dst, bytes)) own.emplace(bytes);
-    unsigned char* const local = own ? own->data() : dst;
-    KelBinarizeImage(src, 1, local, size, 1, KEL_BIN_METHOD_ADAPTIVE_SMOOTH, kLocalBlock,
-                     kLocalBlock, 0);
-    rowKernels().thresholdByMask(src, local, dst, bytes, scaledLevel(thres, lowRatio),
-                                 scaledLevel(thres, highRatio));
+    TwoLevels levels(src, size, scaledLevel(thres, lowRatio), scaledLevel(thres, highRatio));
+    fillByBands(size, levels.bandRows(), dst, overlaps(src, bytes, dst, bytes),
+                [&](int first, int end, auto* out) { levels.compute(first, end, out); });
     return 0;
 }

@@ -62,7 +62,7 @@ TEST(Binarize, EveryMethodEqualsItsPlainForm) {
         {6, 5, -1, -4}, {6, 0, 120, 99}, {6, 400, 0, 0},    {3, 1, 3, 0},         {4, 0, 15, 10},
         {5, 0, 15, 10}, {5, 0, 51, -7},  {3, 99, 101, 200}, {1, 2147483647, 0, 0}};
     for (kelSize size : {kelSize{1, 1}, kelSize{3, 100}, kelSize{4, 3}, kelSize{4, 4},
-                         kelSize{61, 45}, kelSize{131, 80}}) {
+                         kelSize{61, 45}, kelSize{131, 80}, kelSize{9, 700}}) {
         for (int channels : {1, 3}) {
             const Bytes src = test::page(size, channels).samples;
             for (const auto& p : cases) {

@@ -123,7 +123,7 @@ TEST(Iterate, BinarizationsEqualTheirPlainForm) {
 }
 
 TEST(Iterate, WholeAndPartLevelsAreClampedAndWorkInPlace) {
-    for (kelSize size : {kelSize{2, 100}, kelSize{3, 3}, kelSize{70, 40}})
+    for (kelSize size : {kelSize{2, 100}, kelSize{3, 3}, kelSize{70, 40}, kelSize{20, 600}})
         for (const auto& [low, high] : {std::pair{0.9, 1.5}, {-1.0, 1e300}, {1.1, 0.5}, {0., 0.}}) {
             Bytes src = test::page(size, 1).samples;
             const Bytes expected = wholeAndPart(src, size, 200, low, high);

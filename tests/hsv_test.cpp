@@ -1,0 +1,211 @@
+// The HSV family at every level of the row kernels, and the estimate of hue ranges.
+#include "kel_ImageBasicProcess_hsv.h"
+
+#include <limits>
+
+#include "colour_twin.h"
+#include "kel_ImageBasicProcess.h"
+#include "kernels/row_kernels.h"
+
+using test::Bytes;
+using test::Rgb;
+
+namespace {
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+/// Every triple whose largest channel is one of a few, and all of one tie.
+Bytes manyTriples() {
+    Bytes planes[3];
+    for (int most : {255, 254, 225, 191, 128, 97, 60, 31, 7, 3, 2, 1, 0})
+        for (int a = 0; a <= most; ++a)
+            for (int b = 0; b <= most; ++b)
+                for (int place = 0; place < 3; ++place) {
+                    planes[place].push_back(static_cast<unsigned char>(most));
+                    planes[(place + 1) % 3].push_back(static_cast<unsigned char>(a));
+                    planes[(place + 2) % 3].push_back(static_cast<unsigned char>(b));
+                }
+    Bytes all = planes[0];
+    for (int c : {1, 2})
+        all.insert(all.end(), planes[c].begin(), planes[c].end());
+    return all;
+}
+
+TEST(Hsv, GreyMapsEqualTheirRuleForManyTriples) {
+    Bytes image = manyTriples();
+    const kelSize size{static_cast<int>(image.size() / 3), 1};
+    for (auto [hue, ratio] : {std::pair{0, 0.0},
+                              {359, 1.0},
+                              {240, 0.001},
+                              {660, 0.5},
+                              {-77, 0.3},
+                              {700, 0.5},
+                              {17, 1.7},
+                              {200, -0.9}}) {
+        const Bytes expected =
+            test::eachPixel(image, [=](Rgb p) { return test::affinity(p, ratio, hue); });
+        for (kel::detail::CpuLevel level :
+             {kel::detail::CpuLevel::plain, kel::detail::CpuLevel::best}) {
+            kel::detail::limitCpuLevel(level);
+            test::Guarded out(expected.size());
+            KelRgb2Grey_Hsv(image.data(), size, out.data(), ratio, hue);
+            ASSERT_EQ(out.bytes(), expected) << hue;
+        }
+    }
+    for (auto [hue, low, high] : {std::tuple{0, 0.0, 1.0},
+                                  {300, 0.25, 0.5},
+                                  {120, 0.5, 0.5},
+                                  {-400, 0.1, 0.9},
+                                  {60, 0.6, 0.4}}) {
+        test::Guarded out(image.size() / 3);
+        KelRgb2Grey_Hsv1(image.data(), size, out.data(), hue, low, high);
+        ASSERT_EQ(out.bytes(), test::eachPixel(image, [h = hue, l = low, m = high](Rgb p) {
+                      return test::triangleAffinity(p, h, l, m);
+                  }));
+    }
+}
+
+TEST(Hsv, GreyMapsOfEverySize) {
+    for (kelSize size : test::awkwardSizes()) {
+        test::Image image = test::stampedPage(size);
+        test::Guarded out(test::area(size)), out1(test::area(size));
+        KelRgb2Grey_Hsv(image.samples.data(), size, out.data(), 0.2, 350);
+        KelRgb2Grey_Hsv1(image.samples.data(), size, out1.data(), 220, 0.2, 0.8);
+        EXPECT_EQ(out.bytes(), test::eachPixel(image.samples,
+                                               [](Rgb p) { return test::affinity(p, 0.2, 350); }));
+        EXPECT_EQ(out1.bytes(), test::eachPixel(image.samples, [](Rgb p) {
+                      return test::triangleAffinity(p, 220, 0.2, 0.8);
+                  }));
+    }
+}
+
+TEST(Hsv, PointsFollowTheirRules) {
+    const Bytes image = test::randomBytes(3 * 4000, 5, 0, 40);  // many ties
+    for (size_t i = 0; i < 4000; ++i) {
+        kelRGB rgb{image[i], image[4000 + i], static_cast<uint8_t>(image[8000 + i] * (i % 7))};
+        const Rgb p{rgb.r, rgb.g, rgb.b};
+        kelHSV hsv{}, ranged{};
+        ASSERT_EQ(KelCvtRgb2HsvPoint(&rgb, &hsv) + KelCvtRgb2HsvPoint_CalRange(&rgb, &ranged), 0);
+        const bool neutral = p.chroma() == 0;
+        const double hue = neutral ? 0 : test::fullHue(p);
+        const double s = neutral ? 0 : static_cast<double>(p.chroma()) / p.most();
+        ASSERT_EQ(std::tuple(hsv.h, hsv.s, hsv.v), std::tuple(hue, s, p.most()));
+        ASSERT_EQ(std::tuple(ranged.h, ranged.s, ranged.v),
+                  std::tuple(neutral ? -1.0 : hue, s, p.most()));
+        const int favoured = static_cast<int>(i % 360);
+        const double ratio = static_cast<double>(i % 11) / 10;
+        int d = static_cast<int>(hue - favoured);
+        d += d < 0 ? 360 : 0;
+        const int closeness = d <= 180 ? 180 - d : d - 180;
+        const auto grey = [&](double v) {
+            const double w = (v * ratio + (1 - ratio) * s) * 1.4167;
+            return std::min(static_cast<int>(closeness * w + 0.5), 255);
+        };
+        ASSERT_EQ(KelCvtRgb2HsvPoint1(&rgb, ratio, favoured), neutral ? 0 : grey(p.most() / 255.0));
+        ASSERT_EQ(KelTransHsv(&hsv, ratio, favoured), grey(p.most()));
+        ASSERT_EQ(KelCvtRgb2HsvPoint2(&rgb, favoured, 0.1, 0.7),
+                  test::triangleAffinity(p, favoured, 0.1, 0.7));
+    }
+    kelRGB edge[] = {{230, 240, 250}, {225, 240, 250}};
+    kelHSV hsv{};
+    KelCvtRgb2HsvPoint_CalRange(&edge[0], &hsv);
+    EXPECT_EQ(std::tuple(hsv.h, hsv.s, hsv.v), std::tuple(-1.0, 20 / 250.0, 250));
+    KelCvtRgb2HsvPoint_CalRange(&edge[1], &hsv);
+    EXPECT_EQ(hsv.h, 204.0);
+}
+
+TEST(Hsv, NumbersOutOfAnyRangeAreSafe) {
+    kelRGB red{200, 3, 2};
+    const int limits[] = {std::numeric_limits<int>::min(), std::numeric_limits<int>::max()};
+    const double infinity = std::numeric_limits<double>::infinity();
+    for (int hue : limits)
+        for (double odd : {kNaN, infinity, -infinity, 1e300, -1e300}) {
+            kelHSV hsv{odd, 0.5, odd};
+            for (int grey :
+                 {KelCvtRgb2HsvPoint1(&red, odd, hue), KelTransHsv(&hsv, odd, hue),
+                  KelCvtRgb2HsvPoint2(&red, hue, odd, odd), KelTransHsv2(&hsv, hue, 0.1, 0.9)})
+                EXPECT_TRUE(grey >= 0 && grey <= 255);
+            EXPECT_LE(KelCvtRgb2HsvPoint2(200, 3, 2, odd, hue), 255);
+        }
+}
+
+struct Range {
+    int result, low, high, wraps, black;
+};
+
+/// Samples as (hue in steps of one degree, how many); the outputs are -5 (251) where not written.
+Range rangeOf(const std::vector<std::pair<int, int>>& hues, int greys, double blackRate = 0.5) {
+    Bytes planes[3];
+    const auto add = [&](int r, int g, int b) {
+        const int rgb[3] = {r, g, b};
+        for (int c = 0; c < 3; ++c)
+            planes[c].push_back(static_cast<unsigned char>(rgb[c]));
+    };
+    for (auto [hue, many] : hues)
+        for (int i = 0; i < many; ++i) {
+            const int sextant = hue / 60, up = 40 + 3 * (hue % 60), down = 40 + 3 * (60 - hue % 60);
+            const int table[6][3] = {{220, up, 40},   {down, 220, 40}, {40, 220, up},
+                                     {40, down, 220}, {up, 40, 220},   {220, 40, down}};
+            add(table[sextant][0], table[sextant][1], table[sextant][2]);
+        }
+    for (int i = 0; i < greys; ++i)
+        add(90, 90, 90);
+    Bytes samples;
+    for (const Bytes& plane : planes)
+        samples.insert(samples.end(), plane.begin(), plane.end());
+    const int count = static_cast<int>(planes[0].size());
+    Range out{0, -5, -5, 0, 0};
+    unsigned char wraps = 251, black = 251;
+    double saturation = -1, value = -1;
+    out.result = KelCalHsvRange(samples.data(), count, 120, 30, blackRate, &out.low, &out.high,
+                                &wraps, &black, &saturation, &value);
+    const int coloured = count - greys;
+    EXPECT_NEAR(saturation, coloured * (180 / 220.0) / count, 1e-12);
+    EXPECT_NEAR(value, (coloured * 220.0 + greys * 90.0) / count, 1e-9);
+    return {out.result, out.low, out.high, wraps, black};
+}
+
+TEST(Hsv, RangesOfHue) {
+    const auto about = [](int from, int to, int many) {
+        std::vector<std::pair<int, int>> hues;
+        for (int h = from; h <= to; ++h)
+            hues.emplace_back((h + 360) % 360, many);
+        return hues;
+    };
+    const auto with = [](auto hues, int hue, int many) {
+        hues.emplace_back(hue, many);
+        return hues;
+    };
+    const std::tuple<std::vector<std::pair<int, int>>, int, Range> cases[] = {
+        {about(200, 220, 5), 0, {0, 189, 231, 0, 0}},
+        // A cell at a third of the peak: 33 of 100 is not below the edge, 32 is.
+        {with(with(about(200, 200, 100), 201, 33), 202, 32), 0, {0, 189, 212, 0, 0}},
+        {about(95, 95, 9), 0, {0, 84, 106, 0, 0}},
+        {about(100, 168, 4), 0, {0, 89, 179, 0, 0}},       // 90 wide with its margins
+        {about(100, 169, 4), 0, {-1, 89, 180, 0, 0}},      // written all the same
+        {about(91, 360 + 269, 1), 0, {-1, -5, -5, 0, 0}},  // down to 0 without an edge
+        // The turned axis has 361 cells, and the one between 359 and 0 degrees is always empty.
+        {about(0, 0, 9), 0, {0, 10, 349, 1, 0}},
+        {about(-12, 8, 3), 0, {0, 18, 349, 1, 0}},
+        {about(30, 40, 3), 0, {0, 18, 50, 0, 0}},
+        {about(2, 6, 3), 0, {0, 0, 16, 0, 0}},
+        {about(300, 340, 2), 0, {0, 288, 350, 0, 0}},
+        {about(345, 356, 2), 0, {0, 333, 360, 0, 0}},
+        {about(10, 78, 2), 0, {0, 0, 88, 0, 0}},  // 90 wide with its margins
+        {about(10, 79, 2), 0, {-1, -5, -5, 251, 0}},
+        {about(0, 180, 2), 0, {-1, -5, -5, 251, 0}},
+        {about(200, 220, 5), 104, {0, 189, 231, 0, 0}},
+        {about(200, 220, 5), 106, {0, -5, -5, 251, 1}},
+        {{}, 4, {0, -5, -5, 251, 1}}};
+    int index = 0;
+    for (const auto& [hues, greys, e] : cases) {
+        const Range r = rangeOf(hues, greys);
+        EXPECT_EQ(std::tuple(r.result, r.low, r.high, r.wraps, r.black),
+                  std::tuple(e.result, e.low, e.high, e.wraps, e.black))
+            << "case " << index;
+        ++index;
+    }
+    EXPECT_EQ(rangeOf({}, 4, 1.0).result, -1);  // no hue at all
+}
+
+}  // namespace
