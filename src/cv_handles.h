@@ -25,7 +25,12 @@ struct CvStorageRelease {
 using CvStorageHandle = std::unique_ptr<CvMemStorage, CvStorageRelease>;
 
 inline IplImageHandle makeIplImage(int width, int height, int channels) {
-    return IplImageHandle(cvCreateImage(cvSize(width, height), IPL_DEPTH_8U, channels));
+    // cvCreateImage() itself loses its header when it refuses a size or has no memory for it.
+    if (width < 0 || height < 0 || channels < 0)
+        CV_Error(cv::Error::BadROISize, "an image cannot be of negative size");
+    IplImageHandle image(cvCreateImageHeader(cvSize(width, height), IPL_DEPTH_8U, channels));
+    cvCreateData(image.get());
+    return image;
 }
 
 /// A header over one plane of a channel image; no copy, nothing owned.
