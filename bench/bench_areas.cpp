@@ -231,7 +231,7 @@ void addEdgeNoiseRows(const PageSet& page, const Plane& text) {
         return isEdge || (*text)[static_cast<size_t>(y) * static_cast<size_t>(size.width) +
                                  static_cast<size_t>(x)] != 0;
     });
-    const PixHandle pix = pixOf(framed, size);
+    const PixHandle pix = pixOf(*framed, size);
     auto theirs = std::make_shared<PixHandle>();
     addRow({"Kel_RemoveEdgeNoise", page.name + " text", [=] { remove(framed); },
             "Leptonica, from bytes and back",

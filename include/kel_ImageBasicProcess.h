@@ -506,7 +506,7 @@ KEL_API int KelAutoThresholdwithOstuAndMeanC1(unsigned char* src, unsigned char*
 KEL_API int KelCalHist(unsigned char* plane, kelSize size, int* hist);
 
 /// Finds the range of levels that is left when a share of the darkest and of the brightest samples
-/// is cut off, and stretches it over 1 to 255.
+/// is cut off, and stretches it over 0 to 255.
 /// @param total     number of samples in `hist`
 /// @param map       receives the stretched levels at those of the range; others are not touched
 /// @param lowLevel  the level just below the range, at least 0

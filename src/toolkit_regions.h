@@ -15,7 +15,7 @@ class ToolkitRegions {
         : width_(plane.width),
           height_(plane.height),
           labels_(
-              plane.height < 1
+              plane.width < 1 || plane.height < 1
                   ? RunLabels()
                   : labelRuns({plane.row(height_ - 1), -plane.step, width_, height_}, pack, 8)) {}
 

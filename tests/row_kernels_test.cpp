@@ -121,7 +121,7 @@ TEST_P(Levels, FullSamplesChangesAndSpreadBits) {
                                 words);
         std::vector<uint64_t> copy(words);
         EXPECT_EQ(kernels.area.packPacked(full.data(), copy.data(), n), runs);
-        EXPECT_TRUE(std::memcmp(copy.data(), full.data(), 8 * words) == 0);
+        EXPECT_TRUE(words == 0 || std::memcmp(copy.data(), full.data(), 8 * words) == 0);
         const auto isFull = [&](unsigned i) { return in[start + i] == 255; };
         size_t starts = 0;
         const auto inAnyRow = [&](size_t i) {

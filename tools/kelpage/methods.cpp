@@ -205,8 +205,8 @@ std::string levelText(const Page& source, const Settings& settings) {
     }
     const Page grey = greyOf(source);
     const int otsu = KelBinarizeImageOstuTraditionalGetThres(grey.samples.get(), grey.size, 1);
-    std::string text = "level " + std::to_string(otsu + settings.thres);
-    return settings.method == kOtsu ? text : text + " and " + windowText(settings);
+    if (settings.method == kOtsu) return "level " + std::to_string(otsu + settings.thres);
+    return "level " + std::to_string(otsu) + " and " + windowText(settings);
 }
 
 }  // namespace kelpage

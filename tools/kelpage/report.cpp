@@ -127,7 +127,7 @@ std::string Report::addPicture(const Page& page, size_t row, const fs::path& fil
 }
 
 fs::path Report::write(const std::string& title, const std::string& lead) const {
-    const fs::path path = fs::absolute(folder_ / "index.html").lexically_normal();
+    fs::path path = fs::absolute(folder_ / "index.html").lexically_normal();
     std::ofstream file(path, std::ios::binary);
     file << html(rows_, title, lead);
     file.close();
