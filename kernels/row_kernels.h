@@ -99,6 +99,9 @@ struct RowKernels {
     void (*quadLeasts)(const uint8_t* row, const uint8_t* below, ptrdiff_t fourth, uint8_t* out,
                        size_t count);
 
+    /// The least of each 2 by 2 samples of two rows, `count` of them. No overlap.
+    void (*halveLeasts)(const uint8_t* above, const uint8_t* below, uint8_t* out, size_t count);
+
     /// leftOut[i] = left[i] * (1 - fx[i]) and rightOut[i] = right[i] * fx[i]. No overlap.
     void (*weighPairs)(const uint8_t* left, const uint8_t* right, const double* fx, double* leftOut,
                        double* rightOut, size_t count);

@@ -58,7 +58,11 @@ int leftOut(const Resize& resize) {
 /// The mean of the samples at i, i + 1, i + stride and beside the latter.
 struct MeanOfFour {
     static constexpr auto row = &RowKernels::quadMeans;
-    static constexpr bool isHalving = true;  ///< there is a kernel for every second mean
+    /// Every second one, where the fourth sample is beside the third.
+    static void halve(const RowKernels& kernels, const unsigned char* row,
+                      const unsigned char* below, unsigned char* out, size_t count) {
+        kernels.halve(row, below, out, count, 0);
+    }
     static unsigned char of(int a, int b, int c, int d) {
         return static_cast<unsigned char>((a + b + c + d) >> 2);
     }
@@ -66,7 +70,10 @@ struct MeanOfFour {
 
 struct LeastOfFour {
     static constexpr auto row = &RowKernels::quadLeasts;
-    static constexpr bool isHalving = false;
+    static void halve(const RowKernels& kernels, const unsigned char* row,
+                      const unsigned char* below, unsigned char* out, size_t count) {
+        kernels.halveLeasts(row, below, out, count);
+    }
     static unsigned char of(unsigned char a, unsigned char b, unsigned char c, unsigned char d) {
         return std::min(std::min(a, b), std::min(c, d));
     }
@@ -89,8 +96,8 @@ int resizeByFour(const Resize& resize) {
         const int span = inner > 0 ? columns.column(inner - 1) + 1 : 0;
         unsigned char ofAll[4 * PixelColumns::kMost + 64];  // the windows of the last may reach on
         int x = inner;
-        if (Rule::isHalving && resize.xScale == 2) {
-            kernels.halve(row, fourth < 0 ? below - 1 : below, out, count, 0);
+        if (resize.xScale == 2) {
+            Rule::halve(kernels, row, fourth < 0 ? below - 1 : below, out, count);
         } else if (columns.inBlocks() && span <= 4 * PixelColumns::kMost) {
             (kernels.*Rule::row)(row, below, fourth, ofAll, static_cast<size_t>(span));
             kernels.pickColumns(ofAll, columns.map(), out, count);
