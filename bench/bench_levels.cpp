@@ -118,7 +118,7 @@ void addGlobalRows(const PageSet& page) {
 
 /// Faint rules across white paper, each with a dot of ink at one end, from which it grows.
 Shared ruledPage(const PageSet& page, bool inkAtRight) {
-    const Shared p = std::make_shared<Planes>(page.size, Bytes(page.area(), 240));
+    Shared p = std::make_shared<Planes>(page.size, Bytes(page.area(), 240));
     const auto width = static_cast<size_t>(page.size.width);
     for (size_t y = 20; y + 20 < static_cast<size_t>(page.size.height); y += 20) {
         unsigned char* const row = &p->src[y * width];

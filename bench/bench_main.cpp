@@ -151,8 +151,12 @@ int runAll(int argc, char** argv) {
     addImFileRows();
     addFileRows();
     addBinarizeRows();
+    addEnhanceRows();
     addImProcessRows();
     addLevelRows();
+    addAnalysisRows();
+    addAreaRows();
+    addGeometryRows();
     addColourRows();
     if (!checkRows()) return 1;
     for (size_t i = 0; i < rows().size(); ++i)
@@ -166,6 +170,7 @@ int runAll(int argc, char** argv) {
     FastestReporter reporter(2 * rows().size());
     benchmark::RunSpecifiedBenchmarks(&reporter);
     printTable(reporter);
+    printTeamTable();
     printMemoryTable();
     printLoadMemoryTable();
     return 0;

@@ -9,6 +9,7 @@
 
 #include "bench_pages.h"
 #include "bench_rows.h"
+#include "kel_ConnectArea.h"
 #include "kel_ImageBasicProcess.h"
 
 // NOLINTBEGIN(cppcoreguidelines-no-malloc): what `new` is made of
@@ -79,6 +80,13 @@ void printMemoryTable() {
         printTaken("KelBinarizeImage method 1", page, [&] { binarize(1, dst); });
         printTaken("KelBinarizeImage method 2", page, [&] { binarize(2, dst); });
         printTaken("KelBinarizeImage method 3", page, [&] { binarize(3, dst); });
+        std::vector<int> labels(page.area());
+        Bytes ink = page.grey;
+        for (unsigned char& sample : ink)
+            sample = sample < 128 ? 255 : 0;
+        printTaken("KC_GenerateCALabelBuf, text", page, [&] {
+            KC_GenerateCALabelBuf(ink.data(), page.size.width, page.size.height, labels.data());
+        });
         printTaken("KelBinarizeImage method 2, into its source", page, [&] { binarize(2, src); });
     }
 }

@@ -34,8 +34,18 @@ void addImBridgeRows();
 void addImFileRows();
 void addFileRows();
 void addBinarizeRows();
+void addEnhanceRows();
 void addImProcessRows();
 void addLevelRows();
+void addAnalysisRows();
+void addAreaRows();
+void addGeometryRows();
+
+/// Adds an operation that may use two threads.
+void addTeamRow(const std::string& name, const Call& call);
+
+/// Prints what two threads bring.
+void printTeamTable();
 void addColourRows();
 
 /// Prints how much memory the operations take.

@@ -1,8 +1,8 @@
 # Finds the parts of OpenCV 4 that the library uses, with the legacy C headers. Debian's separate
 # -dev packages carry no CMake configuration, so the parts are looked up one by one.
 #
-# Targets: OpenCVLegacy::core, OpenCVLegacy::imgproc, and where present OpenCVLegacy::imgcodecs
-# and OpenCVLegacy::highgui.
+# Targets: OpenCVLegacy::core, OpenCVLegacy::imgproc, and where present OpenCVLegacy::imgcodecs,
+# OpenCVLegacy::highgui and OpenCVLegacy::ximgproc.
 include(FindPackageHandleStandardArgs)
 
 find_path(OpenCVLegacy_INCLUDE_DIR opencv2/core/core_c.h PATH_SUFFIXES opencv4)
@@ -13,7 +13,7 @@ if(OpenCVLegacy_INCLUDE_DIR)
   list(JOIN _version_numbers "." OpenCVLegacy_VERSION)
 endif()
 
-foreach(part core imgproc imgcodecs highgui)
+foreach(part core imgproc imgcodecs highgui ximgproc)
   find_library(OpenCVLegacy_${part}_LIBRARY opencv_${part})
   mark_as_advanced(OpenCVLegacy_${part}_LIBRARY)
   if(OpenCVLegacy_${part}_LIBRARY AND NOT TARGET OpenCVLegacy::${part})

@@ -3,9 +3,13 @@
 #ifndef KELIMAGELIB_H
 #define KELIMAGELIB_H
 
+#include "kel_ArrayProperties.h"
+#include "kel_CalAngle.h"
+#include "kel_ConnectArea.h"
 #include "kel_ImageBasicProcess.h"
 #include "kel_ImageFileOper.h"
 #include "kel_ImageStorage.h"
+#include "kel_PatternAnalysis.h"
 #include "kel_cv.h"
 #include "kel_debug.h"
 #include "kel_define.h"

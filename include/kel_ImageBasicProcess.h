@@ -1,6 +1,7 @@
 /// @file kel_ImageBasicProcess.h
 /// Basic processing of channel images: files through OpenCV, copy and crop, colour conversion,
-/// thresholds and the binarization dispatcher.
+/// thresholds and the binarization dispatcher; brightness, sensor calibration, products, filters;
+/// resizing and rotation.
 ///
 /// All functions run on the caller's thread and may run at once on different images. Pointers are
 /// not checked. Rectangles are OpenCV's `CvRect`.
@@ -159,6 +160,251 @@ KEL_API int KelBinarizeImage(unsigned char* src, int channels, unsigned char* ds
 KEL_API int KelAutoThresholdValue3(unsigned char* src, unsigned char* guide, kelSize size);
 
 /// @}
+/// @name Brightness and gamma
+/// Images without pixels are left alone.
+/// @{
+
+/// The mean of a plane; 0.0 for one without pixels.
+KEL_API double KelBrightAver(unsigned char* plane, kelSize size);
+
+/// Adds `delta` to each sample of a plane, clamped to 0..255.
+/// @param dst may be `src`
+KEL_API void KelChangeBright(unsigned char* src, unsigned char* dst, kelSize size, int delta);
+
+/// Changes the brightness of a colour image, by shifts or by a curve.
+///
+/// | `mode`       | operation                                                                     |
+/// |--------------|-------------------------------------------------------------------------------|
+/// | 999 or less  | shifts each plane towards a target mean, truncated and clamped, in one pass:  |
+/// |              | `mode` is the target of red, then green and blue                              |
+/// | 1001         | the curve on one plane                                                        |
+/// | 1003         | the curve on the luminance of three planes                                    |
+/// | other        | nothing                                                                       |
+///
+/// The curve runs straight from (0, 0) to (knee, target) and as a parabola on to (255, 255). A
+/// curve without 1 <= knee <= 254, target <= 255 and knee < target leaves `dst` untouched.
+/// @param greenOrKnee  target mean of green, or the curve's knee
+/// @param blueOrTarget target mean of blue, or the level that the knee maps to
+/// @param dst          three planes (mode 1001: one); may be `src`
+KEL_API void KelChangeBrightRGB(unsigned char* src, unsigned char* dst, kelSize size, int mode,
+                                int greenOrKnee, int blueOrTarget);
+
+/// Maps each sample of a plane to pow(sample / m, 1 / gamma) * m, truncated and clamped, where m is
+/// the plane's largest sample. A plane of zeros is copied.
+/// @param dst may be `src`
+KEL_API void KelGammaCorrect(unsigned char* src, unsigned char* dst, kelSize size, double gamma);
+
+/// Maps each sample of a plane to pow(sample / 255, gamma) * 255, truncated and clamped. Not the
+/// inverse of KelGammaCorrect(), whose scale is the plane's own.
+/// @param dst may be `src`
+KEL_API void KelAntiGammaCorrect(unsigned char* src, unsigned char* dst, kelSize size,
+                                 double gamma);
+
+/// The library's weighted grey value of one point: (3098 r + 4186 g + 2496 b) / 10000, truncated.
+/// It is not the luminance; white gives 249.
+KEL_API int KelRgb2Grey(int r, int g, int b);
+
+/// @}
+/// @name Sensor calibration
+/// @{
+
+/// Calibrates a colour scan of a contact image sensor: resamples the interior of each plane with a
+/// kernel of its own, red a quarter of a row and half a column before its place, green half a row,
+/// blue three quarters of a row and half a column. The outermost rows and columns are copied.
+/// @param dst three planes; may be `src`
+/// @return 0, always
+KEL_API int KelCISColorCalibrate(unsigned char* src, unsigned char* dst, int width, int height);
+
+/// Stretches a scan vertically, the rows above `splitRow` by one factor and the others by another,
+/// with KelResizeImage()'s bilinear method, and stacks the results. A factor of 0 or less leaves a
+/// zone out.
+/// @param dst      set to a new buffer of channels * width * rows bytes; give it back with
+///                 Kel_ReleaseImage()
+/// @param dstSize  set to the new size
+/// @param channels 1 or 3; another count gives an image of zeros
+/// @param splitRow below 0 acts as 0
+/// @return 0; -1 with nothing written or allocated unless the bottom zone has ten rows or more and
+///         an `int` holds the new height
+KEL_API int KelCalibrationA4(unsigned char* src, kelSize size, unsigned char** dst,
+                             kelSize* dstSize, int channels, int splitRow, double topScale,
+                             double bottomScale);
+
+/// @}
+/// @name Products of images and removal of a colour
+/// One plane pairs up with each of three; equal channel counts pair up plane by plane. Pixels are
+/// combined in place: `dst` may be the image that has as many planes.
+/// @{
+
+/// The product with 255 as unity: a * b / 255, truncated.
+/// @return 0; -1 when `dstChannels` is less than the larger channel count; -2 for counts that
+///         differ and are not 1 and 3
+KEL_API int KelHadamardImage1(unsigned char* a, int aChannels, unsigned char* b, int bChannels,
+                              unsigned char* dst, int dstChannels, kelSize size);
+
+/// Whitens by a mask: 255 where `b` is 255, `a` elsewhere.
+/// @return 0; -1 when `dstChannels` is not the larger channel count; -2 as KelHadamardImage1()
+KEL_API int KelHadamardImage2(unsigned char* a, int aChannels, unsigned char* b, int bChannels,
+                              unsigned char* dst, int dstChannels, kelSize size);
+
+/// Whitens the dark pixels of a three-plane image where a one-plane mask is 255: red becomes 255,
+/// and green and blue too unless one of them is above 219.
+/// @return 0, always
+KEL_API int KelHadamardImage3(unsigned char* a, unsigned char* mask, unsigned char* dst,
+                              kelSize size);
+
+/// Binarizes one plane of a colour image and whitens the image by it as KelHadamardImage2() does.
+/// @param dst     three planes; may be `src`
+/// @param channel 'R', 'G' or 'B' (capitals only)
+/// @param method,thres,block_size,param1 as for KelBinarizeImage(), with `isOpp` 0
+/// @return 0; -2 for another `channel`
+/// @throws cv::Exception as KelBinarizeImage()
+KEL_API int KelEliminateChannel1(unsigned char* src, unsigned char* dst, kelSize size, char channel,
+                                 int method, int thres, int block_size, int param1);
+
+/// The same by KelHadamardImage3().
+/// @return 0; -1 for another `channel`
+/// @throws cv::Exception as KelBinarizeImage()
+KEL_API int KelEliminateChannel2(unsigned char* src, unsigned char* dst, kelSize size, char channel,
+                                 int method, int thres, int block_size, int param1);
+
+/// @}
+/// @name Filters, morphology and framework
+/// Images without pixels are left alone. `dst` must not overlap `src` unless it is said that it
+/// may.
+/// @{
+
+/// Sharpens each plane: centre - strength * S in double precision, truncated and clamped, where
+/// S = NW + N + NE - 7 W + E + 2 SW + SE. The outermost rows and columns become 255.
+/// @param dst as many planes; may be `src`
+/// @return 0, always
+KEL_API int KelLaplace8(unsigned char* src, unsigned char* dst, kelSize size, int channels,
+                        double strength);
+
+/// The same with S = N + NE - 3 W + E + SW, whose weights do not add up to 0: uniform parts darken.
+/// @return 0, always
+KEL_API int KelLaplace4(unsigned char* src, unsigned char* dst, kelSize size, int channels,
+                        double strength);
+
+/// Morphology of one plane with a rectangle of 2 * radiusX + 1 by 2 * radiusY + 1, through OpenCV;
+/// the border is replicated.
+/// @param operation 1 closing, 2 opening, 3 dilation, 4 erosion; any other copies `src`
+/// @param dst       may be `src`
+/// @return 0, always
+/// @throws cv::Exception for a negative radius
+KEL_API int KelMorphology(unsigned char* src, unsigned char* dst, kelSize* size, int operation,
+                          int radiusX, int radiusY, int iterations);
+
+/// The number of samples equal to 255.
+KEL_API int KelCalArea(unsigned char* plane, kelSize size);
+
+/// Thins a binary image to a framework one pixel wide.
+///
+/// After T. Y. Zhang and C. Y. Suen, "A fast parallel algorithm for thinning digital patterns",
+/// 1984. Only samples of 255 are removed, but any other than 0 counts as present for its
+/// neighbours, and keeps its value; samples of 125 become 0 with the first removals.
+/// @param dst may be `src`
+/// @return 0, always
+KEL_API int KelExtractFrameworkMAT(unsigned char* src, int width, int height, unsigned char* dst);
+
+/// Sets the 3 by 3 block round each sample of 255 to 255 in `dst`, which is not cleared before.
+/// @return 0, always
+KEL_API int KelFillFramework(unsigned char* src, int width, int height, unsigned char* dst);
+
+/// Marks the contours of a binary image, outer ones and those of holes: 255 for the pixels that are
+/// not 0 and have a background pixel above, below, left or right, 0 for all others. The outermost
+/// rows and columns count as background.
+/// @return 0, always
+KEL_API int kel_Cal_EdgeImage(unsigned char* src, int width, int height, unsigned char* dst);
+
+/// Counts the samples equal to `value`; a value outside 0..255 finds none.
+/// @return 0, always
+KEL_API int kel_BinImg_EffPointNo(unsigned char* image, int width, int height, int value,
+                                  int* count);
+
+/// Counts the positions where `a` or `b` is 255 (`type` 0) or both are (any other `type`).
+KEL_API int kel_cal_total_num(unsigned char* a, unsigned char* b, int pixels, int type);
+
+/// @}
+/// @name Resizing
+/// @{
+
+/// Method numbers of KelResizeImage(). Numbers outside 1 to 8, and 2, act as `KEL_RESIZE_LINEAR`.
+enum {
+    KEL_RESIZE_LINEAR = 0,        ///< OpenCV's bilinear interpolation
+    KEL_RESIZE_NEAREST = 1,       ///< OpenCV's nearest neighbour
+    KEL_RESIZE_AREA = 3,          ///< OpenCV's means of areas
+    KEL_RESIZE_CUBIC = 4,         ///< OpenCV's bicubic interpolation
+    KEL_RESIZE_FAST_LINEAR = 5,   ///< bilinear in double precision, truncated
+    KEL_RESIZE_FAST_AVERAGE = 6,  ///< mean of four neighbours, truncated
+    KEL_RESIZE_FAST_MIN = 7,      ///< least of four neighbours: keeps thin dark strokes
+    KEL_RESIZE_FAST_NEAREST = 8   ///< the sample at the truncated position
+};
+
+/// Scales a channel image.
+///
+/// Methods 5 to 8 map target pixel (x, y) to source column (int)(x * (srcW / dstW)) and row (int)(y
+/// * (srcH / dstH)) in double precision, without an offset of half a pixel, on up to four threads.
+/// With three planes, methods 6 to 8 leave the last row and column of the target as they were. In
+/// the last source row and column all four take the sample itself.
+/// @param src      srcSize.width*srcSize.height bytes a plane; must not overlap `dst` in methods 5
+///                 to 8
+/// @param channels 1 or 3. Methods 6 to 8 change nothing for another count, or a null pointer or a
+///                 size below 1; method 5 takes any count but 1 for three planes
+/// @return 0; -1 when the source and -2 when the result could not be converted for OpenCV
+/// @throws cv::Exception from OpenCV's methods, for sizes below 1
+KEL_API int KelResizeImage(unsigned char* src, kelSize srcSize, unsigned char* dst, kelSize dstSize,
+                           int channels, int method);
+
+/// @}
+/// @name Rotation
+/// Angles are in degrees. All planes have the image's size; rows have no padding.
+/// @{
+
+/// Turns a point about the image's centre, anticlockwise for positive angles: it gives where a
+/// point goes under KelRotateImageLittleAngle() by -`angle`, or comes from under `angle`. The
+/// distance from the centre and the results are truncated. Points right of the centre come out
+/// mirrored through it; the centre itself stays.
+KEL_API void KelRotateCorTran(double angle, int w, int h, int x, int y, int* outX, int* outY);
+
+/// Turns an image about its centre, clockwise for positive angles, by bilinear sampling
+/// (`cvGetQuadrangleSubPix`); what lies outside repeats the border.
+/// @param dst may be `src`
+/// @return 0, or -1 when widths, heights or channel counts differ (`dst` is then untouched)
+KEL_API int KelGetQuadrangleSubPix(IplImage* src, IplImage* dst, double angle);
+
+/// KelGetQuadrangleSubPix() on a channel image of 1 or 3 planes; at exactly 0 degrees a copy.
+/// @param dst width*height*channels bytes; may be `src`
+/// @return 0
+/// @throws cv::Exception for what OpenCV refuses, such as an image without pixels
+KEL_API int KelRotateImageLittleAngle(unsigned char* src, unsigned char* dst, kelSize size,
+                                      int channels, double angle);
+
+/// Turns an image by 180 degrees.
+/// @param dst      may be `src`
+/// @param channels 1 or 3
+/// @return 0
+KEL_API int KelRotate180(unsigned char* src, unsigned char* dst, kelSize size, int channels);
+
+/// KelRotate180() for a `dst` that does not overlap `src`.
+/// @param channels 1; any other value stands for three planes
+/// @return 0
+KEL_API int kel_RotateImage180(unsigned char* src, unsigned char* dst, kelSize size, int channels);
+
+/// Turns an image clockwise by 90 degrees.
+/// @param channels 1; any other value stands for three planes, which lie srcW*srcH bytes apart on
+///                 both sides
+/// @param dst      must not overlap `src`
+/// @param dstW     srcH, and dstH srcW; of other sizes only the pixels that have a source are
+///                 written
+/// @return 0
+KEL_API int kel_RotateImage90(unsigned char* src, int srcW, int srcH, int channels,
+                              unsigned char* dst, int dstW, int dstH);
+
+/// Turns an image anticlockwise by 90 degrees; otherwise as kel_RotateImage90().
+KEL_API int kel_RotateImage270(unsigned char* src, int srcW, int srcH, int channels,
+                               unsigned char* dst, int dstW, int dstH);
+
+/// @}
 /// @name Levels by iteration, whole-and-part thresholds
 /// A histogram is an array of 256 counts. Binary results are 255 where the sample is above the
 /// level, 0 elsewhere; `dst` has width*height bytes and may be `src`.
@@ -297,6 +543,62 @@ KEL_API void KelHistAver(unsigned char* src, unsigned char* dst, kelSize size);
 
 /// @}
 
+/// @name Scanner edges and binding holes
+/// Regions are 8-connected; those beyond the first 65,535, counted from the bottom row up, are not
+/// seen. Images are channel images of 1 or 3 planes; an empty one is left alone.
+/// @{
+
+/// Writes the low byte of `value` over every region of samples that are not 0 which touches the
+/// border of a plane.
+/// @return 0, always
+KEL_API int Kel_RemoveEdgeNoise(unsigned char* image, int w, int h, int value);
+
+/// Paints the dark edges that a scanner leaves round a page. Dark is a luminance of at most 50;
+/// what remains of it after an opening by 5 by 5 pixels, touches the border, and a pixel more
+/// within 50 pixels of the border, is painted. Each plane takes its mean, at most 225, plus 30.
+/// @param dst        as `src`, which it may be
+/// @param keepCentre true: only pixels in a frame are painted, those left of `marginX`, right of
+///                   width - `marginX`, above `marginY` or below height - `marginY`
+/// @return 0, always
+KEL_API int KelSubBlackEdge(unsigned char* src, unsigned char* dst, kelSize size, int channels,
+                            bool keepCentre, int marginX, int marginY);
+
+/// The same without the opening.
+KEL_API int KelSubBlackEdge1(unsigned char* src, unsigned char* dst, kelSize size, int channels,
+                             bool keepCentre, int marginX, int marginY);
+
+/// Paints, in place, the regions that touch the border among the marks of KelBinarizePartArea() at
+/// level 50.
+/// @param channels 1; with any other count three planes are read and painted
+/// @param fillValue written to every plane
+/// @return 0, always; a margin below 1 leaves the image alone
+KEL_API int KelSubBlackEdge2(unsigned char* image, int w, int h, int channels,
+                             unsigned char fillValue, int marginX, int marginY);
+
+/// Paints dark round holes near the left and the right side of a page, in place: regions of a
+/// luminance of at most 90 with about the area of a circle (more than 0.5 of it and less than 1.2)
+/// and a shape that passes KelCAShape(). Nothing is done with fewer than 5 regions in both strips.
+/// @param channels   1, or 3 to paint in colour
+/// @param mode       3: plane 0 is binary, and what is not 0 is dark
+/// @param stripWidth columns at each side that are looked at; at most (w - 100) / 2
+/// @param radius     of the holes in pixels
+/// @param margin     (margin + radius) * 2 + 10 must not exceed w
+/// @param h          at least 300; else, or with sizes beyond those above, nothing is done
+/// @param reserved1,reserved2 not read
+/// @param red,green,blue paint, low bytes; a grey page takes `red`
+/// @return 0, always
+KEL_API int KelDetectAndFixBindingHole(unsigned char* image, int w, int h, int channels, int mode,
+                                       int stripWidth, int radius, int margin, int reserved1,
+                                       int reserved2, int red, int green, int blue);
+
+/// Numbers the regions of samples that are not 0 from 1 on, in raster order from the bottom row up;
+/// 0 is background.
+/// @param labels w*h numbers
+/// @return the highest number
+KEL_API int kel_GetLabel(unsigned char* plane, int w, int h, unsigned short* labels);
+
+/// @}
+
 /// @name Hue, saturation, value
 /// Units of kelHSV: hue in degrees, 0 up to 360; saturation 0 to 1; value 0 to 255. Hue *affinity*
 /// maps a pixel to a grey level that is highest where its hue is `hue` (degrees) and 0 for neutral
@@ -339,6 +641,33 @@ KEL_API int KelCalHsvRange(unsigned char* samples, int count, double valueLimit,
 /// Does nothing and returns 0. A black pixel is one whose largest channel is below 120 and exceeds
 /// the smallest by less than 30.
 KEL_API int KelBlackHsv(unsigned char* rgbPlanes, kelSize size);
+
+/// @}
+
+/// @name Amount fields
+/// The projections are drawn into "proj_v.bmp" and "proj_h.bmp" in the working directory on every
+/// call, unless they are all 0; calls at once overwrite each other's.
+/// @{
+
+/// Looks for a short strong wave just above the middle of a plane: of its row means, 2 to 5 rows
+/// above 0 that start within 5 rows above the middle, with a peak of 201 at least.
+/// @return 1 when there is one, 0 otherwise
+KEL_API int KelRecognitionOppFlag(unsigned char* image, kelSize size);
+
+/// Finds where the cells of a bill's amount field begin and end, and the rows of its figures.
+///
+/// Marks are the waves above 10 of the column means of the binary image (dark is 255), with a peak
+/// above `minPeak`. Positions lie at and between marks, then move by up to two columns to where
+/// there is least ink.
+/// @param channels  1 or 3; with any other the image counts as blank
+/// @param positions columns, from left to right; room for two more than there are marks
+/// @param count     5 for three marks, otherwise the number of marks plus 2
+/// @param top       first row of the last wave of 30 to 36 rows; 0 without one
+/// @param bottom    its last row; without one the height, which is one past the last row
+/// @param reserved  not read
+/// @return 0, or -1 with fewer than three marks: nothing but "proj_v.bmp" is then written
+KEL_API int KelDetectAmountPos(unsigned char* image, int channels, kelSize size, int* positions,
+                               int* count, int* top, int* bottom, int reserved, int minPeak);
 
 /// @}
 

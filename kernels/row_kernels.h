@@ -8,11 +8,22 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "analysis_kernels.h"
+#include "area_kernels.h"
 #include "colour_kernels.h"
+#include "row_kernels_enhance.h"
 
 namespace kel::detail {
 
 enum class CpuLevel { plain, avx2, best = avx2 };
+
+/// Which sample of a row each output takes. The columns do not decrease.
+struct ColumnMap {
+    const int32_t* columns;
+    const int32_t* starts;   ///< outputs 16 b to 16 b + 15 take theirs from `starts[b]` on
+    const uint8_t* offsets;  ///< columns, counted from the start of their block
+    int windows;             ///< a block spans at most 16 times this; 0: too far for blocks
+};
 
 /// The kernels of one level. `count` is in samples (pixels); any value from 0 on.
 struct RowKernels {
@@ -68,8 +79,44 @@ struct RowKernels {
     /// Adds `weight` times each sample to its sum, modulo 2^32.
     void (*addWeighted)(const uint8_t* samples, uint32_t weight, uint32_t* sums, size_t count);
 
-    /// Means of 2 by 2 samples, halves up: `count` of them from two rows. No overlap.
-    void (*halve)(const uint8_t* above, const uint8_t* below, uint8_t* means, size_t count);
+    /// Means of 2 by 2 samples: `count` of them from two rows. `rounding` is added to the sum: 2
+    /// for halves up, 0 to truncate. No overlap.
+    void (*halve)(const uint8_t* above, const uint8_t* below, uint8_t* means, size_t count,
+                  int rounding);
+
+    /// out[i] = row[map.columns[i]]. Reads up to 16 * windows samples from each block's start on.
+    void (*pickColumns)(const uint8_t* row, const ColumnMap& map, uint8_t* out, size_t count);
+
+    /// The same for left[i], and right[i] = row[map.columns[i] + 1]; the windows hold both.
+    void (*pickPairs)(const uint8_t* row, const ColumnMap& map, uint8_t* left, uint8_t* right,
+                      size_t count);
+
+    /// Truncated means of row[i], row[i + 1], below[i] and below[i + fourth]. No overlap.
+    void (*quadMeans)(const uint8_t* row, const uint8_t* below, ptrdiff_t fourth, uint8_t* out,
+                      size_t count);
+
+    /// The least of the same four. No overlap.
+    void (*quadLeasts)(const uint8_t* row, const uint8_t* below, ptrdiff_t fourth, uint8_t* out,
+                       size_t count);
+
+    /// leftOut[i] = left[i] * (1 - fx[i]) and rightOut[i] = right[i] * fx[i]. No overlap.
+    void (*weighPairs)(const uint8_t* left, const uint8_t* right, const double* fx, double* leftOut,
+                       double* rightOut, size_t count);
+
+    /// The second half of a bilinear sum, of four such rows, left and right, left and right below:
+    /// each times 1 - fy or fy, added in this order and truncated.
+    void (*blendWeighted)(const double* const rows[4], double fy, uint8_t* out, size_t count);
+
+    /// The whole of it, of four rows of samples.
+    void (*blendSamples)(const uint8_t* const rows[4], const double* fx, double fy, uint8_t* out,
+                         size_t count);
+
+    /// out[i] = in[count - 1 - i]. No overlap.
+    void (*reverseBytes)(const uint8_t* in, uint8_t* out, size_t count);
+
+    /// out[x * outStride + y] = in[y * inStride + x]; strides may be negative. No overlap.
+    void (*transpose)(const uint8_t* in, ptrdiff_t inStride, uint8_t* out, ptrdiff_t outStride,
+                      ptrdiff_t columns, ptrdiff_t rows);
 
     /// `table[sample]` for each sample, from 256 entries. `out` may be `in`.
     void (*lookUp)(const uint8_t* in, const uint8_t* table, uint8_t* out, size_t count);
@@ -102,7 +149,10 @@ struct RowKernels {
     /// Writes 0 to `out` where a sample exceeds `level`. No overlap.
     void (*clearAbove)(const uint8_t* in, uint8_t* out, size_t count, uint8_t level);
 
+    EnhanceKernels enhance;
+    AreaKernels area;
     ColourKernels colour;
+    AnalysisKernels analysis;
 };
 
 /// The kernels of the best level that the processor has and that is not above `atMost` or the

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <optional>
 
+#include "channel_names.h"
 #include "kel_ImageBasicProcess.h"
 #include "plane_view.h"
 #include "rect_guard.h"
@@ -15,20 +16,6 @@ namespace {
 
 bool isLarger(kelSize a, kelSize b) {
     return a.width > b.width || a.height > b.height;
-}
-
-/// The plane that a channel character names.
-std::optional<int> planeOfChannel(char channel) {
-    switch (channel) {
-        case 'R':
-            return 0;
-        case 'G':
-            return 1;
-        case 'B':
-            return 2;
-        default:
-            return std::nullopt;
-    }
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // Marks of dark pixels in a frame round the page, for the removal of scanner edges.
 #include <algorithm>
 
+#include "black_edges.h"
 #include "kel_ImageBasicProcess.h"
 #include "plane_view.h"
 #include "sizes.h"
@@ -66,20 +67,6 @@ void markFrame(const DarkMarker& marker, kelSize size, int marginX, int marginY)
     }
 }
 
-/// Lengthens the runs of marks that touch the left or the right edge by one pixel. On the right a
-/// run of none counts as well, save in the first row.
-void closeRow(unsigned char* row, int width, bool firstRow) {
-    const int half = width / 2;
-    int x = 0;
-    while (x < half && row[x] != 0)
-        ++x;
-    if (x > 0 && x < half) row[x] = 255;
-    x = width - 1;
-    while (x > half && row[x] != 0)
-        --x;
-    if (x > half && !(firstRow && x == width - 1)) row[x] = 255;
-}
-
 }  // namespace
 
 int KelBinarizePartArea(unsigned char* src, unsigned char* dst, int width, int height, int channels,
@@ -87,8 +74,5 @@ int KelBinarizePartArea(unsigned char* src, unsigned char* dst, int width, int h
     const kelSize size{width, height};
     if (marginX < 1 || marginY < 1 || isEmpty(size)) return 0;
     markFrame(DarkMarker(src, dst, size, channels, thres), size, marginX, marginY);
-    const PlaneView marks = planeOf(dst, size, 0);
-    for (int y = 0; y < height; ++y)
-        closeRow(marks.row(y), width, y == 0);
-    return 0;
+    return KelEnlargeWhiteArea(dst, width, height);
 }

@@ -19,6 +19,7 @@ class WorkBuffer {
     Element* data() { return data_.get(); }
     size_t size() const { return count_; }
     Element& operator[](size_t i) { return data_[i]; }
+    const Element* data() const { return data_.get(); }
     const Element& operator[](size_t i) const { return data_[i]; }
 
     /// Hands the array over to the caller, who gives it back with array `delete`.

@@ -6,6 +6,27 @@
 
 namespace test {
 
+/// An empty working folder while it lives, for files of fixed names.
+struct WorkingFolder {
+    WorkingFolder() {
+        std::filesystem::create_directories(path);
+        std::filesystem::current_path(path);
+    }
+    ~WorkingFolder() {
+        std::filesystem::current_path(before);
+        std::filesystem::remove_all(path);
+    }
+    std::vector<std::string> files() const {
+        std::vector<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(path))
+            names.push_back(entry.path().filename().string());
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+    std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::path path = scratchPath("working");
+};
+
 struct Dots {
     float x, y;
     const char* unit;

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <limits>
 
+#include "binary_patterns.h"
 #include "im_support.h"
 
 using namespace test;
@@ -266,33 +267,18 @@ std::vector<FloodRegion> regionsByDefinition(const Im& image, int connect) {
 
 /// Patterns that are hard on labellers, at widths round the words that they work in.
 std::vector<Im> patterns() {
-    using Rule = bool (*)(int x, int y, int w, int h, unsigned noise);
-    const Rule rules[] = {
-        [](int, int, int, int, unsigned) { return false; },
-        [](int, int, int, int, unsigned) { return true; },
-        [](int x, int y, int, int, unsigned) { return (x + y) % 2 == 0; },
-        [](int x, int y, int, int h, unsigned) { return x % 2 == 0 || y == h - 1; },  // a comb
-        [](int x, int y, int w, int, unsigned) { return y % 2 == 0 || x == y / 2 % 2 * (w - 1); },
-        [](int x, int y, int w, int h, unsigned) {
-            return std::min({x, y, w - 1 - x, h - 1 - y}) % 2 == 1;
-        },
-        [](int, int, int, int, unsigned noise) { return noise % 4 == 0; },
-        [](int, int, int, int, unsigned noise) { return noise % 5 < 3; }};
     std::vector<Im> images;
     std::mt19937 random(9);
     for (const auto& [width, height] :
          {std::pair{1, 1}, {1, 9}, {9, 1}, {63, 4}, {64, 5}, {65, 31}, {200, 23}})
-        for (const Rule rule : rules) {
+        for (const Bytes& plane : test::binaryPatterns(width, height)) {
             images.emplace_back(
                 imImageCreate(width, height, images.size() % 3 ? IM_GRAY : IM_BINARY, 0));
             auto* sample = samplesOf(*images.back());
-            for (int y = 0; y < height; ++y)
-                for (int x = 0; x < width; ++x, ++sample) {
-                    const auto noise = unsigned(random());
-                    if (!rule(x, y, width, height, noise >> 8)) continue;
-                    *sample =
-                        static_cast<unsigned char>(images.size() % 3 == 1 ? 1 : 1 << noise % 8);
-                }
+            for (const unsigned char set : plane) {
+                const auto value = images.size() % 3 == 1 ? 1 : 1 << random() % 8;
+                *sample++ = static_cast<unsigned char>(set == 0 ? 0 : value);
+            }
         }
     return images;
 }

@@ -37,8 +37,8 @@ Bytes withMean(Bytes src, kelSize size, int block, int param1, double ratio) {
                         param1);
     const int level = otsu(src, size, &binary);
     for (size_t i = 0; i < src.size(); ++i) {
-        out[i] =
-            src[i] < int(level * ratio) ? 255 : static_cast<unsigned char>(~binary[i] & local[i]);
+        out[i] = static_cast<unsigned char>(~binary[i] & local[i]);
+        if (src[i] < int(level * ratio)) out[i] = 255;
         if (out[i] == 255) local[i] = 0;
     }
     for (bool changed = true; changed;) {
@@ -47,13 +47,10 @@ Bytes withMean(Bytes src, kelSize size, int block, int param1, double ratio) {
             for (int x = 1; x < w - 1; ++x) {
                 const auto i = size_t(y * w + x);
                 if (local[i] != 255) continue;
-                for (int k = 0; k < 9; ++k)
-                    if (k != 4 && out[size_t((y + k / 3 - 1) * w + x + k % 3 - 1)] != 0) {
-                        out[i] = 255;
-                        local[i] = 0;
-                        changed = true;
-                        break;
-                    }
+                for (int k = 0; k < 9; ++k)  // its own target is 0 as long as it is a candidate
+                    if (out[size_t((y + k / 3 - 1) * w + x + k % 3 - 1)] != 0) local[i] = 0;
+                if (local[i] == 0) out[i] = 255;
+                changed |= local[i] == 0;
             }
     }
     return out;

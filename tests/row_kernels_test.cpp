@@ -79,7 +79,7 @@ TEST_P(Levels, BitsSumsAndHalves) {
         const size_t runs = kernels.packNonZero(p, reinterpret_cast<uint64_t*>(bits.data()), n);
         auto* const sum = reinterpret_cast<uint32_t*>(sums.data());
         kernels.addWeighted(p, 0x01020304U, sum, n);
-        kernels.halve(p, &below[start], means.data(), n);
+        kernels.halve(p, &below[start], means.data(), n, n % 3);
         size_t starts = 0;
         for (unsigned i = 0; i < 64 * words; ++i) {
             const bool set = i < n && p[i] != 0;
@@ -90,10 +90,62 @@ TEST_P(Levels, BitsSumsAndHalves) {
         for (unsigned i = 0; i < n; ++i) {
             ASSERT_EQ(sum[i], 0xABABABABU + 0x01020304U * p[i]) << n << " at " << i;
             const unsigned char* const q = &below[start];
-            ASSERT_EQ(means.data()[i], (p[2 * i] + p[2 * i + 1] + q[2 * i] + q[2 * i + 1] + 2) / 4);
+            const int sum4 = p[2 * i] + p[2 * i + 1] + q[2 * i] + q[2 * i + 1];
+            ASSERT_EQ(means.data()[i], (sum4 + static_cast<int>(n % 3)) / 4);
         }
         for (const Guarded* out : {&bits, &sums, &means})
             out->bytes();
+    }
+}
+
+TEST_P(Levels, FullSamplesChangesAndSpreadBits) {
+    for (unsigned n = 0; n <= 200; ++n) {
+        const unsigned start = n % 5;
+        const Bytes in = test::randomBytes(n + 8, n, 254, n % 2 == 0 ? 2 : 60);
+        std::vector<int32_t> numbers(n + 1);
+        for (unsigned i = 1; i < n; ++i)
+            numbers[i] = i % 7 == 0 ? numbers[i - 1] + 1 : numbers[i - 1];
+        const size_t words = (n + 63) / 64;
+        Guarded full(8 * words), changes(8 * words), spread(8 * words);
+        const size_t runs =
+            kernels.area.packFull(&in[start], reinterpret_cast<uint64_t*>(full.data()), n);
+        kernels.area.packChanges(&numbers[n > 100], reinterpret_cast<uint64_t*>(changes.data()), n);
+        std::vector<uint64_t> rows[5], scratch(words + 2, 77);
+        const uint64_t* row[5];
+        for (unsigned k = 0; k < 5; ++k) {
+            for (const unsigned char b : test::randomBytes(words, n + k, 0, 64))
+                rows[k].push_back(b < 8 ? uint64_t{0x8000000000000001U} >> b << b : 0);
+            row[k] = rows[k].data();
+        }
+        kernels.area.spreadBits(row, scratch.data(), reinterpret_cast<uint64_t*>(spread.data()),
+                                words);
+        std::vector<uint64_t> copy(words);
+        EXPECT_EQ(kernels.area.packPacked(full.data(), copy.data(), n), runs);
+        EXPECT_TRUE(std::memcmp(copy.data(), full.data(), 8 * words) == 0);
+        const auto isFull = [&](unsigned i) { return in[start + i] == 255; };
+        size_t starts = 0;
+        const auto inAnyRow = [&](size_t i) {
+            return i < 64 * words && std::any_of(row, row + 5, [i](const uint64_t* bits) {
+                       return (bits[i / 64] >> i % 64 & 1) != 0;
+                   });
+        };
+        for (unsigned i = 0; i < 64 * words; ++i) {
+            const auto bitOf = [i](Guarded& bits) {
+                return (bits.data()[i / 8] >> i % 8 & 1) != 0;
+            };
+            const int32_t* const number = &numbers[n > 100];
+            ASSERT_EQ(bitOf(full), i < n && isFull(i)) << n << " at " << i;
+            ASSERT_EQ(bitOf(changes), i < n && number[i] != (i > 0 ? number[i - 1] : 0)) << n;
+            bool isNear = false;
+            for (size_t k = i + 128; k < i + 133; ++k)
+                isNear |= k >= 130 && inAnyRow(k - 130);
+            ASSERT_EQ(bitOf(spread), isNear) << n << " at " << i;
+            starts += i < n && isFull(i) && (i == 0 || !isFull(i - 1));
+        }
+        ASSERT_EQ(runs, starts) << n;
+        full.bytes();
+        spread.bytes();
+        changes.bytes();
     }
 }
 
@@ -131,6 +183,21 @@ TEST_P(Levels, TablesAndCounts) {
         for (const Guarded* checked : {&binary, &mixed, &bits})
             checked->bytes();
         ASSERT_TRUE(std::equal(counts, counts + 256, expected)) << n;
+    }
+}
+
+TEST_P(Levels, ReversalsAndTranspositions) {
+    for (unsigned n = 0; n <= 80; ++n) {
+        const Bytes in = test::randomBytes(100 * n, n);
+        Guarded reversed(100 * n), turned(100 * n);
+        const unsigned count = n > 0 ? 100 * n - n % 7 : 0;
+        kernels.reverseBytes(in.data(), reversed.data(), count);
+        kernels.transpose(in.data(), n, turned.data(), 100, n, 100);
+        for (unsigned i = 0; i < 100 * n; ++i)
+            ASSERT_EQ(turned.data()[i % n * 100 + i / n], in[i]) << n << " at " << i;
+        for (unsigned i = 0; i < count; ++i)
+            ASSERT_EQ(reversed.data()[i], in[count - 1 - i]) << n << " at " << i;
+        turned.bytes(), reversed.bytes();
     }
 }
 

@@ -7,10 +7,15 @@
 #include "im_process.h"
 #include "image.h"
 #include "kernels/row_kernels.h"
-#include "run_labels.h"
+#include "kernels/run_labels.h"
 
 namespace im {
 namespace {
+
+using kel::detail::BytePlane;
+using kel::detail::Region;
+using kel::detail::Run;
+using kel::detail::RunLabels;
 
 bool isOneBytePlane(const imImage* image) {
     return image != nullptr && image->data_type == IM_BYTE &&
@@ -24,7 +29,7 @@ bool haveSameSize(const imImage& a, const imImage& b) {
 RunLabels labelImage(const imImage& image, int connect) {
     const BytePlane plane{static_cast<const uint8_t*>(image.data[0]), image.width, image.width,
                           image.height};
-    return labelRuns(plane, kel::detail::rowKernels().packNonZero, connect);
+    return kel::detail::labelRuns(plane, kel::detail::rowKernels().packNonZero, connect);
 }
 
 /// The number to write for each region; 0 leaves it out.
@@ -33,11 +38,13 @@ struct RegionNumbers {
     uint32_t highest = 0;
 };
 
-RegionNumbers numberRegions(const RunLabels& labels, bool atBorderToo, uint32_t most) {
+RegionNumbers numberRegions(const RunLabels& labels, bool atBorderToo, const imImage& image,
+                            uint32_t most) {
     RegionNumbers numbers;
     numbers.of.reserve(labels.regions.size());
     for (const Region& region : labels.regions) {
-        const bool counts = (atBorderToo || !region.touchesBorder) && numbers.highest < most;
+        const bool counts = (atBorderToo || !region.touchesBorder(image.width, image.height)) &&
+                            numbers.highest < most;
         numbers.of.push_back(counts ? ++numbers.highest : 0);
     }
     return numbers;
@@ -46,15 +53,9 @@ RegionNumbers numberRegions(const RunLabels& labels, bool atBorderToo, uint32_t 
 template <class Number>
 int writeNumbers(const RunLabels& labels, bool atBorderToo, imImage& dst) {
     const RegionNumbers numbers = numberRegions(
-        labels, atBorderToo, static_cast<uint32_t>(std::numeric_limits<Number>::max()));
-    auto* out = static_cast<Number*>(dst.data[0]);
-    for (int y = 0; y < dst.height; ++y, out += dst.width) {
-        std::fill_n(out, dst.width, Number{0});
-        const auto row = static_cast<size_t>(y);
-        for (uint32_t i = labels.rowStart[row]; i < labels.rowStart[row + 1]; ++i)
-            std::fill(out + labels.runs[i].begin, out + labels.runs[i].end,
-                      static_cast<Number>(numbers.of[labels.regionOf[i]]));
-    }
+        labels, atBorderToo, dst, static_cast<uint32_t>(std::numeric_limits<Number>::max()));
+    labels.writeNumbers(static_cast<Number*>(dst.data[0]), dst.width, dst.width,
+                        [&](uint32_t region) { return numbers.of[region]; });
     return static_cast<int>(numbers.highest);
 }
 
@@ -68,13 +69,12 @@ struct SizeBounds {
 };
 
 void eraseRegions(const RunLabels& labels, SizeBounds bounds, bool inside, imImage& dst) {
-    auto* out = static_cast<uint8_t*>(dst.data[0]);
-    for (int y = 0; y < dst.height; ++y, out += dst.width) {
-        const auto row = static_cast<size_t>(y);
-        for (uint32_t i = labels.rowStart[row]; i < labels.rowStart[row + 1]; ++i)
-            if (bounds.contain(labels.regions[labels.regionOf[i]].pixels) == inside)
-                std::fill(out + labels.runs[i].begin, out + labels.runs[i].end, uint8_t{0});
-    }
+    auto* const out = static_cast<uint8_t*>(dst.data[0]);
+    labels.forEachRun([&](int y, Run run, uint32_t region) {
+        if (bounds.contain(labels.regions[region].pixels) != inside) return;
+        uint8_t* const row = out + static_cast<ptrdiff_t>(y) * dst.width;
+        std::fill(row + run.begin, row + run.end, uint8_t{0});
+    });
 }
 
 }  // namespace

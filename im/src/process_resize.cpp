@@ -222,7 +222,7 @@ void halve(const imImage& src, const imImage& dst) {
         const auto* in = static_cast<const uint8_t*>(src.data[p]);
         auto* out = static_cast<uint8_t*>(dst.data[p]);
         for (int y = 0; y < dst.height; ++y, in += 4 * width, out += width)
-            kernels.halve(in, in + 2 * width, out, width);
+            kernels.halve(in, in + 2 * width, out, width, 2);
     }
 }
 

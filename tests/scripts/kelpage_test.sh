@@ -97,6 +97,22 @@ grep -o 'src="[^"]*"' "$work/sheet/index.html" | cut -d'"' -f2 > "$work/pictures
 while read -r picture; do is_png "$work/sheet/$picture"; done < "$work/pictures"
 expect 1 "$kelpage" sheet "$work/text.png" -o "$work/empty-sheet"
 
+# Enhancement: steps by themselves and together, and a report that shows each of them.
+expect 0 "$kelpage" enhance "$samples/cheque-blank.jpg" -o "$work/lifted.png" --curve 100,150 -g 1.2
+is_png "$work/lifted.png"
+expect 0 "$kelpage" enhance "$samples/cheque-blank.jpg" "$samples/form-ruled.png" -o "$work/enhanced" \
+  -b 10 -c 100,150 -g 1.1 -l 0.01,0.01 -s 0.1 --report "$work/steps"
+says "^$work/steps/index.html$"
+is_png "$work/enhanced/form-ruled.png"
+grep -o 'src="[^"]*"' "$work/steps/index.html" | cut -d'"' -f2 > "$work/pictures"
+[ "$(wc -l < "$work/pictures")" -eq 12 ] || fail "not 12 pictures"
+while read -r picture; do is_png "$work/steps/$picture"; done < "$work/pictures"
+expect 2 "$kelpage" enhance x.png -o y.png
+says 'at least one step'
+expect 2 "$kelpage" enhance x.png -o y.png --curve 150,100
+expect 1 "$kelpage" enhance "$samples/form-ruled.png" -o "$work/x.png" -b 5 --report "$work/text.png"
+says 'text.png: cannot make this folder'
+
 # Pages into other files: all of them, some, smaller, by compression; and what the files then hold.
 expect 0 "$kelpage" convert "$pages" "$work/two-pages.tif" --pages 2-3
 expect 0 "$kelpage" info "$work/two-pages.tif"
@@ -135,6 +151,25 @@ expect 0 "$kelpage" road "$samples/cheque-blank.jpg" -o "$work/road"
 says 'TIFF G4 .* bytes .*road/cheque-blank.tif$'
 says 'JPEG block .* bytes'
 
+# Areas of ink, and what is removed by them, with each page before and after.
+expect 0 "$kelpage" areas "$samples/form-ruled.png" -o "$work/areas.png" --report "$work/areas"
+says 'form-ruled.png: [0-9]+ areas; of 1: .*; the largest has [0-9]+ in'
+is_png "$work/areas.png"
+is_png "$work/areas/1-form-ruled-after.png"
+expect 0 "$kelpage" despeckle "$samples/form-ruled.png" -o "$work/clean.png" --least 30
+says ' -> [0-9]+ areas, 0 of them up to 29 pixels$'
+expect 0 "$kelpage" despeckle "$work/clean.png" -o "$work/cleaner.png" --least 30
+cmp -s "$work/clean.png" "$work/cleaner.png" || fail "a clean page was cleaned again"
+expect 0 "$kelpage" edges "$samples/page-dark-margins.jpg" -o "$work/edges.png" -r "$work/edges"
+says 'page-dark-margins.jpg: [1-9][0-9]+ of 333960 pixels painted over$'
+grep -q '[1-9][0-9]* of 333960' "$work/edges/index.html" || fail "the report does not tell the figures"
+expect 0 "$kelpage" edges "$samples/page-dark-margins.jpg" -o "$work/frame.png" --frame 40 --paint 200
+expect 2 "$kelpage" edges "$samples/page-dark-margins.jpg" -o "$work/x.png" --frame 40 --thin
+expect 0 "$kelpage" holes "$samples/page-dark-margins.jpg" -o "$work/holes.png"
+says '1 hole of radius 7 filled'
+expect 2 "$kelpage" holes "$samples/page-dark-margins.jpg" -o "$work/x.png" --colour 1,2
+expect 1 "$kelpage" edges "$work/text.png" -o "$work/x.png" --report "$work/edges"
+says '^kelpage: .*/text.png: not an image, or damaged$'
 # Seals: the mask, the page without it, all side by side; settings from the page's own hue.
 stamped=$samples/stamped
 expect 0 "$kelpage" seal "$stamped/form-red-seal.png" -o "$work/seal.png" --config "$samples/seal.cfg" \

@@ -1,13 +1,10 @@
 // kelpage binarize: pages in, binary pages out.
-#include <exception>
-#include <iostream>
 #include <memory>
 #include <optional>
 
 #include "commands.h"
 #include "methods.h"
-#include "page_files.h"
-#include "progress.h"
+#include "page_work.h"
 
 namespace kelpage {
 namespace {
@@ -16,8 +13,7 @@ constexpr int kSmallestWindow = 3;
 constexpr int kLargestWindow = 999;
 
 struct Arguments {
-    std::vector<std::string> inputs;
-    std::string output;
+    Batch batch;
     int method = 2;
     std::optional<int> thres, blockSize, param1;
     std::optional<double> ratio, lowRatio, highRatio;
@@ -49,61 +45,12 @@ Settings settingsOf(const Arguments& arguments) {
     return settings;
 }
 
-/// One file goes to one file; several, or a folder, go into a folder.
-bool isOneToOne(const Arguments& arguments) {
-    return arguments.inputs.size() == 1 && !isFolder(arguments.inputs[0]) &&
-           !isFolder(arguments.output) && fs::path(arguments.output).has_extension();
-}
-
-int run(const Arguments& arguments) {
-    const Settings settings = settingsOf(arguments);
-    const Inputs inputs = collectFiles(arguments.inputs);
-    const std::vector<fs::path>& files = inputs.files;
-    if (files.empty()) return 1;
-    std::vector<fs::path> results = {fs::path(arguments.output)};
-    if (!isOneToOne(arguments)) {
-        results = resultNames(files, arguments.output);
-        try {
-            makeFolder(arguments.output);
-        } catch (const FileError& error) {
-            reportError(arguments.output, error.what());
-            return 1;
-        }
-    }
-
-    size_t failures = inputs.failures;
-    Progress progress(files.size());
-    for (size_t i = 0; i < files.size(); ++i) {
-        progress.show(files[i].filename().string());
-        fs::path atFault = files[i];
-        try {
-            const Page binary = binarize(loadPage(files[i]), settings);
-            atFault = results[i];
-            savePage(binary, results[i], files);
-        } catch (const std::exception& error) {
-            progress.clear();
-            reportError(atFault, reasonOf(error));
-            ++failures;
-        }
-        progress.step();
-    }
-    progress.clear();
-    if (failures > 0 && files.size() > 1)
-        std::cerr << "kelpage: " << failures << " of " << files.size() + inputs.failures
-                  << " inputs failed\n";
-    return failures > 0 ? 1 : 0;
-}
-
 }  // namespace
 
 void addBinarize(CLI::App& app, int& status) {
     CLI::App* command = app.add_subcommand("binarize", "Turn pages into black and white");
     const auto arguments = std::make_shared<Arguments>();
-    command->add_option("IN", arguments->inputs, "Image files, or folders of them")->required();
-    command
-        ->add_option("-o,--output", arguments->output,
-                     "Result file for one page, otherwise a folder for PNG files")
-        ->required();
+    addFileOptions(*command, arguments->batch);
     command->add_option("-m,--method", arguments->method, methodHelp())
         ->transform(methodNumber, "")
         ->type_name("METHOD")
@@ -137,7 +84,10 @@ void addBinarize(CLI::App& app, int& status) {
             window >= kSmallestWindow && window <= kLargestWindow && window % 2 == 1;
         if (hasWindow(arguments->method) && !windowIsGood)
             throw CLI::ValidationError("--block-size", "must be an odd number from 3 to 999");
-        status = run(*arguments);
+        const Settings settings = settingsOf(*arguments);
+        status = runBatch(
+            arguments->batch, collectFiles(arguments->batch.inputs),
+            [&settings](const Page& page, const fs::path&) { return binarize(page, settings); });
     });
 }
 

@@ -7,8 +7,13 @@
 
 namespace kelpage {
 
+void addAreas(CLI::App& app, int& status);
 void addBinarize(CLI::App& app, int& status);
 void addConvert(CLI::App& app, int& status);
+void addEnhance(CLI::App& app, int& status);
+void addDespeckle(CLI::App& app, int& status);
+void addEdges(CLI::App& app, int& status);
+void addHoles(CLI::App& app, int& status);
 void addHue(CLI::App& app, int& status);
 void addInfo(CLI::App& app, int& status);
 void addRoad(CLI::App& app, int& status);

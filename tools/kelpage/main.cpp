@@ -18,8 +18,13 @@ int run(int argc, char** argv) {
     app.set_version_flag("--version", "kelpage " KELPAGE_VERSION);
     app.require_subcommand(1);
     int status = 0;
+    kelpage::addAreas(app, status);
     kelpage::addBinarize(app, status);
     kelpage::addConvert(app, status);
+    kelpage::addEnhance(app, status);
+    kelpage::addDespeckle(app, status);
+    kelpage::addEdges(app, status);
+    kelpage::addHoles(app, status);
     kelpage::addHue(app, status);
     kelpage::addInfo(app, status);
     kelpage::addRoad(app, status);

@@ -198,14 +198,14 @@ std::string levelText(const Page& source, const Settings& settings) {
     unsigned char level = 0;
     if (settings.method == kIterated || settings.method == kIteratedPart) {
         iterated(source, settings, &level);
-        const std::string text = "level " + std::to_string(level);
+        std::string text = "level " + std::to_string(level);
         if (settings.method == kIterated) return text;
         return text + " times " + ratioText(settings.lowRatio) + " or " +
                ratioText(settings.highRatio);
     }
     const Page grey = greyOf(source);
     const int otsu = KelBinarizeImageOstuTraditionalGetThres(grey.samples.get(), grey.size, 1);
-    const std::string text = "level " + std::to_string(otsu + settings.thres);
+    std::string text = "level " + std::to_string(otsu + settings.thres);
     return settings.method == kOtsu ? text : text + " and " + windowText(settings);
 }
 

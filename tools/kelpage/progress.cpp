@@ -33,4 +33,8 @@ void Progress::clear() {
     if (onTerminal_) std::fputs("\r\033[K", stderr);
 }
 
+void Progress::wipe() {
+    if (isatty(STDERR_FILENO) != 0) std::fputs("\r\033[K", stderr);
+}
+
 }  // namespace kelpage

@@ -19,6 +19,8 @@ class Progress {
     void step();
     /// Wipes the bar, so that a line can be printed; the next show() draws it again.
     void clear();
+    /// The same, from outside: clears the line of whatever bar is drawn.
+    static void wipe();
 
   private:
     size_t total_;

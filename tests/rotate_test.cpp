@@ -1,0 +1,160 @@
+// Rotations: exact turns against their rules, the small ones against the OpenCV steps that define
+// them.
+#include <gtest/gtest.h>
+#include <opencv2/imgproc/imgproc_c.h>
+
+#include <cmath>
+
+#include "kel_ImageBasicProcess.h"
+#include "kel_cv.h"
+#include "support.h"
+
+using test::area;
+using test::Bytes;
+using test::Guarded;
+
+namespace {
+
+TEST(Rotate, ExactTurnsOfEverySize) {
+    auto sizes = test::awkwardSizes();
+    sizes.insert(sizes.end(), {{79, 150}, {64, 128}, {4099, 3}, {3, 4099}, {200, 100}});
+    for (kelSize size : sizes)
+        for (int channels : {1, 3}) {
+            test::Image image(size, channels, 3);
+            const size_t count = image.samples.size();
+            const int w = size.width, h = size.height;
+            test::Image half(size, channels, 0), right({h, w}, channels, 0), left = right;
+            for (int c = 0; c < channels; ++c)
+                for (int y = 0; y < h; ++y)
+                    for (int x = 0; x < w; ++x) {
+                        half.at(c, h - 1 - y, w - 1 - x) = image.at(c, y, x);
+                        right.at(c, x, h - 1 - y) = image.at(c, y, x);
+                        left.at(c, w - 1 - x, y) = image.at(c, y, x);
+                    }
+            unsigned char* const src = image.samples.data();
+            Guarded a(count), b(count), c(count), d(count), both(image.samples), back(count);
+            EXPECT_EQ(KelRotate180(src, a.data(), size, channels), 0);
+            EXPECT_EQ(kel_RotateImage180(src, b.data(), size, channels), 0);
+            EXPECT_EQ(kel_RotateImage90(src, w, h, channels, c.data(), h, w), 0);
+            EXPECT_EQ(kel_RotateImage270(src, w, h, channels, d.data(), h, w), 0);
+            EXPECT_EQ(KelRotate180(both.data(), both.data(), size, channels), 0);
+            EXPECT_EQ(kel_RotateImage270(c.data(), h, w, channels, back.data(), w, h), 0);
+            ASSERT_EQ(a.bytes(), half.samples) << ::testing::PrintToString(size);
+            ASSERT_EQ(b.bytes(), half.samples) << ::testing::PrintToString(size);
+            ASSERT_EQ(c.bytes(), right.samples) << ::testing::PrintToString(size);
+            ASSERT_EQ(d.bytes(), left.samples) << ::testing::PrintToString(size);
+            ASSERT_EQ(both.bytes(), half.samples) << ::testing::PrintToString(size);
+            ASSERT_EQ(back.bytes(), image.samples) << ::testing::PrintToString(size);
+            if (count == 0) continue;
+            Bytes overlapping(count + 1);
+            std::copy(image.samples.begin(), image.samples.end(), overlapping.begin());
+            KelRotate180(overlapping.data(), overlapping.data() + 1, size, channels);
+            EXPECT_TRUE(std::equal(half.samples.begin(), half.samples.end(), &overlapping[1]));
+        }
+}
+
+TEST(Rotate, PlaneCountsAndTargetsOfOtherSizes) {
+    test::Image image({5, 4}, 3, 9);
+    unsigned char* const src = image.samples.data();
+    Guarded three(60), two(60), expected(60);
+    kel_RotateImage180(src, three.data(), {5, 4}, 7);
+    kel_RotateImage180(src, expected.data(), {5, 4}, 3);
+    EXPECT_EQ(three.bytes(), expected.bytes());
+    KelRotate180(src, two.data(), {5, 4}, 2);
+    std::fill_n(expected.data() + 40, 20, static_cast<unsigned char>(0xAB));
+    EXPECT_EQ(two.bytes(), expected.bytes());
+    EXPECT_EQ(KelRotate180(src, two.data(), {5, 4}, -1), 0);
+    EXPECT_EQ(two.bytes(), expected.bytes());
+    for (kelSize to : {kelSize{3, 5}, kelSize{4, 2}, kelSize{7, 3}, kelSize{2, 9}, kelSize{9, 9}})
+        for (bool right : {true, false}) {
+            Guarded out(area(to));
+            test::Image rule(to, 1, 0);
+            std::fill(rule.samples.begin(), rule.samples.end(), static_cast<unsigned char>(0xAB));
+            for (int r = 0; r < std::min(to.height, 5); ++r)
+                for (int c = 0; c < std::min(to.width, 4); ++c)
+                    rule.at(0, r, c) = right ? image.at(0, 3 - c, r) : image.at(0, c, 4 - r);
+            (right ? kel_RotateImage90 : kel_RotateImage270)(src, 5, 4, 1, out.data(), to.width,
+                                                             to.height);
+            EXPECT_EQ(out.bytes(), rule.samples) << ::testing::PrintToString(to);
+        }
+}
+
+/// The definition, step by step.
+void turnByRule(IplImage* src, IplImage* dst, double angle) {
+    const double r = angle * 3.141592653589793 / 180.0;
+    const auto c = static_cast<float>(std::cos(r)), s = static_cast<float>(std::sin(r));
+    float m[] = {c, s, float(src->width) * 0.5F, -s, c, float(src->height) * 0.5F};
+    CvMat matrix = cvMat(2, 3, CV_32FC1, m);
+    cvGetQuadrangleSubPix(src, dst, &matrix);
+}
+
+TEST(Rotate, LittleAnglesAreOpenCv) {
+    for (kelSize size : {kelSize{61, 45}, kelSize{1, 1}, kelSize{130, 3}})
+        for (int channels : {1, 3})
+            for (double angle : {0.0, -0.0, 1e-9, 2.3, -7.0, 180.0, 400.5}) {
+                Bytes src = test::page(size, channels).samples;
+                IplImage* in = cvCreateImage(cvSize(size.width, size.height), 8, channels);
+                IplImage* out = cvCloneImage(in);
+                KelPutIplImage(in, src.data());
+                turnByRule(in, out, angle);
+                Bytes expected = src;
+                if (angle != 0.0) KelGetIplImage(out, expected.data());
+                Guarded turned(src.size()), same(src);
+                EXPECT_EQ(
+                    KelRotateImageLittleAngle(src.data(), turned.data(), size, channels, angle), 0);
+                EXPECT_EQ(turned.bytes(), expected) << angle;
+                KelRotateImageLittleAngle(same.data(), same.data(), size, channels, angle);
+                EXPECT_EQ(same.bytes(), expected) << angle;
+                if (angle != 0.0) {
+                    EXPECT_EQ(KelGetQuadrangleSubPix(in, in, angle), 0);
+                    KelGetIplImage(in, turned.data());
+                    EXPECT_EQ(turned.bytes(), expected) << angle;
+                }
+                cvReleaseImage(&in);
+                cvReleaseImage(&out);
+            }
+}
+
+TEST(Rotate, ImagesThatDoNotMatchAreRefused) {
+    IplImage* src = cvCreateImage(cvSize(8, 6), 8, 3);
+    cvSet(src, cvScalarAll(9));
+    for (auto [w, h, channels] : {std::tuple{9, 6, 3}, {8, 5, 3}, {8, 6, 1}}) {
+        IplImage* dst = cvCreateImage(cvSize(w, h), 8, channels);
+        cvSet(dst, cvScalarAll(77));
+        EXPECT_EQ(KelGetQuadrangleSubPix(src, dst, 3.0), -1);
+        for (int i = 0; i < dst->imageSize; ++i)
+            if (i % dst->widthStep < w * channels) {
+                EXPECT_EQ(static_cast<unsigned char>(dst->imageData[i]), 77);
+            }
+        cvReleaseImage(&dst);
+    }
+    cvReleaseImage(&src);
+    Bytes any(100);
+    EXPECT_ANY_THROW(KelRotateImageLittleAngle(any.data(), any.data(), {0, 5}, 1, 2.0));
+    EXPECT_EQ(KelRotateImageLittleAngle(nullptr, nullptr, {0, 5}, 1, 0.0), 0);
+    EXPECT_EQ(KelRotateImageLittleAngle(nullptr, nullptr, {-3, 5}, 3, 0.0), 0);
+}
+
+TEST(Rotate, WhereAPointGoes) {
+    const auto moved = [](double angle, int w, int h, int x, int y) {
+        int outX = -99, outY = -99;
+        KelRotateCorTran(angle, w, h, x, y, &outX, &outY);
+        return std::pair(outX, outY);
+    };
+    const auto rule = [](double angle, int w, int h, int x, int y) {
+        const double cx = w * 0.5, cy = h * 0.5;
+        const double radius = int(std::sqrt((x - cx) * (x - cx) + (y - cy) * (y - cy)));
+        const double b = std::atan((cy - y) / (cx - x)) - angle / 180.0 * 3.1415926;
+        return std::pair(int(cx - std::cos(b) * radius), int(cy - radius * std::sin(b)));
+    };
+    EXPECT_EQ(moved(0, 100, 80, 20, 40), std::pair(20, 40));
+    EXPECT_EQ(moved(0, 100, 80, 80, 40), std::pair(20, 40));
+    EXPECT_EQ(moved(90, 100, 80, 20, 40).second, 69);  // 69.99...: pi is short
+    for (double angle : {0.0, 12.5, -3.0, 90.0, 270.0})
+        for (auto [x, y] : {std::pair{10, 20}, {90, 20}, {50, 7}, {50, 79}, {-40, 300}, {49, 40}})
+            EXPECT_EQ(moved(angle, 100, 80, x, y), rule(angle, 100, 80, x, y)) << x << " " << y;
+    EXPECT_EQ(moved(33, 100, 80, 50, 40), std::pair(50, 40));
+    EXPECT_EQ(moved(45, 0, 0, -2147483647, -2147483647), std::pair(-2147483647, -40));
+}
+
+}  // namespace

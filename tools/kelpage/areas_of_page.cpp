@@ -1,0 +1,51 @@
+#include "areas_of_page.h"
+
+#include <algorithm>
+
+#include "methods.h"
+
+namespace kelpage {
+
+Page inkOf(const Page& page) {
+    const unsigned char* const end = page.samples.get() + page.planeBytes();
+    const bool isBinary =
+        page.channels == 1 &&
+        std::all_of<const unsigned char*>(page.samples.get(), end,
+                                          [](unsigned char sample) { return sample % 255 == 0; });
+    if (isBinary) return blackOnWhite(page);  // the same turn
+    Settings settings;
+    settings.invert = true;
+    Page ink = binarize(page, settings);
+    ink.xDpi = page.xDpi;
+    ink.yDpi = page.yDpi;
+    return ink;
+}
+
+Page blackOnWhite(const Page& ink) {
+    Page page = makePage(ink.size, 1);
+    page.xDpi = ink.xDpi;
+    page.yDpi = ink.yDpi;
+    std::transform(ink.samples.get(), ink.samples.get() + ink.planeBytes(), page.samples.get(),
+                   [](unsigned char sample) { return static_cast<unsigned char>(255 - sample); });
+    return page;
+}
+
+Areas areasOf(const Page& ink) {
+    Areas areas;
+    const int w = ink.size.width, h = ink.size.height;
+    areas.labels.resize(ink.planeBytes());
+    const int count = KC_GenerateCALabelBuf(ink.samples.get(), w, h, areas.labels.data());
+    areas.records.resize(static_cast<size_t>(count) + 1);
+    kel_set_caArr_value(areas.labels.data(), w, h, count + 1, areas.records.data());
+    return areas;
+}
+
+std::string countText(const Areas& areas, int small) {
+    const auto few = std::count_if(areas.records.begin() + 1, areas.records.end(),
+                                   [=](const kelConnectArea& ca) { return ca.area <= small; });
+    return std::to_string(areas.count()) + (areas.count() == 1 ? " area, " : " areas, ") +
+           std::to_string(few) + " of them up to " + std::to_string(small) +
+           (small == 1 ? " pixel" : " pixels");
+}
+
+}  // namespace kelpage

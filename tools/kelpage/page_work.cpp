@@ -1,0 +1,75 @@
+#include "page_work.h"
+
+#include <algorithm>
+#include <iostream>
+#include <optional>
+
+#include "progress.h"
+#include "report.h"
+
+namespace kelpage {
+namespace {
+
+void tell(const fs::path& file, const Outcome& outcome) {
+    if (outcome.facts.empty()) return;
+    Progress::wipe();
+    std::cout << file.filename().string() << ": ";
+    if (!outcome.factsBefore.empty()) std::cout << outcome.factsBefore << " -> ";
+    std::cout << outcome.facts << std::endl;
+}
+
+void show(const fs::path& file, const Outcome& outcome, Report& report) {
+    const size_t number = report.rowCount() + 1;
+    Row row = Report::rowFor(file, outcome.before);
+    row.cells.push_back({report.addPicture(outcome.before, number, file, "before"), "before",
+                         outcome.factsBefore, ""});
+    row.cells.push_back(
+        {report.addPicture(outcome.after, number, file, "after"), "after", outcome.facts, ""});
+    report.addRow(std::move(row));
+}
+
+}  // namespace
+
+void addFileOptions(CLI::App& command, Batch& batch) {
+    command.add_option("IN", batch.inputs, "Image files, or folders of them")->required();
+    command
+        .add_option("-o,--output", batch.output,
+                    "Result file for one page, otherwise a folder for PNG files")
+        ->required();
+}
+
+void addReportOption(CLI::App& command, PageArguments& arguments) {
+    command.add_option("-r,--report", arguments.report,
+                       "Folder for an HTML page with each page before and after");
+}
+
+int takeEach(const PageArguments& arguments, const std::string& heading, const PageWork& work) {
+    const Inputs inputs = collectFiles(arguments.batch.inputs);
+    std::optional<Report> report;
+    try {
+        if (!arguments.report.empty()) report.emplace(arguments.report, inputs.files);
+        const int status = runBatch(arguments.batch, inputs, [&](Page page, const fs::path& file) {
+            Outcome outcome = work(std::move(page));
+            tell(file, outcome);
+            if (report) show(file, outcome, *report);
+            return std::move(outcome.after);
+        });
+        if (report && report->rowCount() > 0)
+            std::cout << report->write(heading, "Each page before and after.").string() << "\n";
+        return status;
+    } catch (const FileError& error) {
+        reportError(arguments.report, error.what());
+        return 1;
+    }
+}
+
+Page copyOf(const Page& page) {
+    Page copy = makePage(page.size, page.channels);
+    copy.xDpi = page.xDpi;
+    copy.yDpi = page.yDpi;
+    std::copy_n(page.samples.get(), page.planeBytes() * static_cast<size_t>(page.channels),
+                copy.samples.get());
+    return copy;
+}
+
+}  // namespace kelpage
