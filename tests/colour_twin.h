@@ -12,7 +12,7 @@ struct Rgb {
     int r, g, b;
     int most() const { return std::max({r, g, b}); }
     int chroma() const { return most() - std::min({r, g, b}); }
-    /// `part` is 60 / chroma or any other way to write it.
+    /// `sixtieths` is the difference of two channels in 60ths of the chroma, before any sum.
     double hue(const std::function<double(int)>& sixtieths) const {
         if (most() == r) return sixtieths(g - b);
         return most() == g ? sixtieths(b - r) + 120 : sixtieths(r - g) + 240;

@@ -35,16 +35,11 @@ int plainLevel(Bytes grey, kelSize size, int below, const Params& p) {
     for (int g : grey)
         if (g < below) ++hist[g], ++n;
     const int cut = static_cast<int>(n * 0.1);
-    for (int i = 0, sum = 0; i < 256; ++i)
-        if ((sum += hist[i]) > cut) {
-            low = i;
-            break;
-        }
-    for (int i = 255, sum = 0; i >= 0; --i)
-        if ((sum += hist[i]) > cut) {
-            high = i;
-            break;
-        }
+    for (int i = 255, sum = 0; i >= 0 && (sum += hist[i]) <= cut; --i)
+        high = i - 1;
+    for (int i = 0, sum = 0; i < 256 && (sum += hist[i]) <= cut; ++i)
+        low = i + 1;
+    if (n == 0) low = 0, high = 255;
     unsigned char t = 0;
     if (KelGetThreshold(hist, 0, 0, 0, static_cast<unsigned char>((low + high) >> 1), &t, 255) == 0)
         t = static_cast<unsigned char>(test::estimatedLevel(grey, nullptr, size));

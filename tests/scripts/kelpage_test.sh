@@ -170,14 +170,13 @@ says '1 hole of radius 7 filled'
 expect 2 "$kelpage" holes "$samples/page-dark-margins.jpg" -o "$work/x.png" --colour 1,2
 expect 1 "$kelpage" edges "$work/text.png" -o "$work/x.png" --report "$work/edges"
 says '^kelpage: .*/text.png: not an image, or damaged$'
-# Seals: the mask, the page without it, all side by side; settings from the page's own hue.
+# Seals: the mask, the page without it, the report; settings from the page's own hue.
 stamped=$samples/stamped
 expect 0 "$kelpage" seal "$stamped/form-red-seal.png" -o "$work/seal.png" --config "$samples/seal.cfg" \
-  --without "$work/rest.png" --picture "$work/all.png"
+  --without "$work/rest.png" --report "$work/seals"
 says 'form-red-seal.png: 1\.[23][0-9] % of the page is seal$'
-for picture in seal rest all; do is_png "$work/$picture.png"; done
-expect 0 "$kelpage" info "$work/all.png"
-says 'page 1: 3216 x 1432 pixels, colour'
+for picture in seal rest seals/1-form-red-seal-{page,seal,rest}; do is_png "$work/$picture.png"; done
+[ "$(grep -o '<img' "$work/seals/index.html" | wc -l)" -eq 3 ] || fail "not 3 pictures of a seal"
 expect 0 "$kelpage" seal "$work/rest.png" -o "$work/x.png" --config "$samples/seal.cfg"
 says ': 0\.[0-2][0-9] % of'
 expect 0 "$kelpage" hue "$stamped/receipt-red-stamp.jpg"

@@ -8,12 +8,13 @@
 #include "kel_ImageBasicProcess.h"
 #include "kel_segment.h"
 #include "page_files.h"
+#include "report.h"
 
 namespace kelpage {
 namespace {
 
 struct Arguments {
-    std::string input, output, config, without, picture;
+    std::string input, output, config, without, report;
     std::string colour = "red";
 };
 
@@ -72,43 +73,38 @@ Page inkOf(const Page& mask) {
     return ink;
 }
 
-/// The pages side by side in one colour page.
-Page sideBySide(const std::vector<const Page*>& pages) {
-    constexpr int kGap = 12;
-    kelSize size{-kGap, 0};
-    for (const Page* page : pages) {
-        size.width += page->size.width + kGap;
-        size.height = std::max(size.height, page->size.height);
-    }
-    Page all = makePage(size, 3);
-    std::fill_n(all.samples.get(), 3 * all.planeBytes(), static_cast<unsigned char>(160));
-    int x = 0;
-    for (const Page* page : pages) {
-        Page colour = makePage(page->size, 3);
-        KelColorConvert(page->samples.get(), page->size, page->channels, colour.samples.get(),
-                        page->size, 3);
-        KelCopyImageClip(colour.samples.get(), page->size, all.samples.get(), size, 3, x, 0);
-        x += page->size.width + kGap;
-    }
-    return all;
+void show(const Arguments& arguments, const Page& page, const Page& ink, const Page& rest,
+          const std::string& share, const std::string& time) {
+    Report report(arguments.report, {arguments.input, arguments.config});
+    const fs::path file = arguments.input;
+    Row row = Report::rowFor(file, page);
+    row.cells = {{report.addPicture(page, 1, file, "page"), "page", "as loaded", ""},
+                 {report.addPicture(ink, 1, file, "seal"), "seal", share, time},
+                 {report.addPicture(rest, 1, file, "rest"), "page without the seal",
+                  "with the rim of its strokes", ""}};
+    report.addRow(std::move(row));
+    std::printf("%s\n", report.write("Seals", "Each page, its seal, and what is left.").c_str());
 }
 
 void segment(const Arguments& arguments, kelHSVSegConfig& config) {
     const Page page = loadPage(arguments.input);
     if (page.channels != 3) throw FileError("is a grey page, without colours");
     Page mask = makePage(page.size, 1);
-    KelSegementImage_hsv_param(page.samples.get(), page.size, mask.samples.get(), &config);
+    const std::string time = timed([&] {
+        KelSegementImage_hsv_param(page.samples.get(), page.size, mask.samples.get(), &config);
+    });
     const Page ink = inkOf(mask);
     const Page rest = withoutSeal(page, mask);
     const std::vector<fs::path> inputs = {arguments.input, arguments.config};
     savePage(ink, arguments.output, inputs);
     if (!arguments.without.empty()) savePage(rest, arguments.without, inputs);
-    if (!arguments.picture.empty())
-        savePage(sideBySide({&page, &ink, &rest}), arguments.picture, inputs);
     const auto bytes = static_cast<ptrdiff_t>(page.planeBytes());
     const auto marked = std::count(mask.samples.get(), mask.samples.get() + bytes, 255);
-    std::printf("%s: %.2f %% of the page is seal\n", arguments.input.c_str(),
-                100.0 * static_cast<double>(marked) / static_cast<double>(bytes));
+    char share[64];
+    std::snprintf(share, sizeof share, "%.2f %% of the page is seal",
+                  100.0 * static_cast<double>(marked) / static_cast<double>(bytes));
+    std::printf("%s: %s\n", arguments.input.c_str(), share);
+    if (!arguments.report.empty()) show(arguments, page, ink, rest, share, time);
 }
 
 int run(const Arguments& arguments) {
@@ -140,8 +136,8 @@ void addSeal(CLI::App& app, int& status) {
         ->check(CLI::IsMember({"red", "blue"}))
         ->capture_default_str();
     command->add_option("--without", arguments->without, "File for the page without the seal");
-    command->add_option("--picture", arguments->picture,
-                        "File for page, seal and page without it, side by side");
+    command->add_option("-r,--report", arguments->report,
+                        "Folder for a page that shows the page, the seal, and the page without it");
     command->callback([arguments, &status] { status = run(*arguments); });
 }
 
