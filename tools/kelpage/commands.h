@@ -7,19 +7,24 @@
 
 namespace kelpage {
 
+void addAmount(CLI::App& app, int& status);
 void addAreas(CLI::App& app, int& status);
 void addBinarize(CLI::App& app, int& status);
 void addConvert(CLI::App& app, int& status);
 void addEnhance(CLI::App& app, int& status);
+void addDeskew(CLI::App& app, int& status);
 void addDespeckle(CLI::App& app, int& status);
 void addEdges(CLI::App& app, int& status);
 void addHoles(CLI::App& app, int& status);
 void addHue(CLI::App& app, int& status);
 void addInfo(CLI::App& app, int& status);
 void addResize(CLI::App& app, int& status);
+void addLines(CLI::App& app, int& status);
+void addProfile(CLI::App& app, int& status);
 void addRoad(CLI::App& app, int& status);
 void addRotate(CLI::App& app, int& status);
 void addSeal(CLI::App& app, int& status);
 void addSheet(CLI::App& app, int& status);
+void addSkew(CLI::App& app, int& status);
 
 }  // namespace kelpage

@@ -18,20 +18,25 @@ int run(int argc, char** argv) {
     app.set_version_flag("--version", "kelpage " KELPAGE_VERSION);
     app.require_subcommand(1);
     int status = 0;
+    kelpage::addAmount(app, status);
     kelpage::addAreas(app, status);
     kelpage::addBinarize(app, status);
     kelpage::addConvert(app, status);
     kelpage::addEnhance(app, status);
+    kelpage::addDeskew(app, status);
     kelpage::addDespeckle(app, status);
     kelpage::addEdges(app, status);
     kelpage::addHoles(app, status);
     kelpage::addHue(app, status);
     kelpage::addInfo(app, status);
     kelpage::addResize(app, status);
+    kelpage::addLines(app, status);
+    kelpage::addProfile(app, status);
     kelpage::addRoad(app, status);
     kelpage::addRotate(app, status);
     kelpage::addSeal(app, status);
     kelpage::addSheet(app, status);
+    kelpage::addSkew(app, status);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
