@@ -14,6 +14,7 @@
 #include "kel_debug.h"
 #include "kel_define.h"
 #include "kel_im.h"
+#include "kel_introduct.h"
 #include "kel_segment.h"
 
 #endif  // KELIMAGELIB_H
