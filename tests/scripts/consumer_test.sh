@@ -19,7 +19,9 @@ done
 if command -v pkg-config > /dev/null; then
   pc=$(dirname "$(find "$work/prefix" -name KelImageLib.pc)")
   flags=$(PKG_CONFIG_PATH=$pc pkg-config --cflags --libs KelImageLib)
-  # shellcheck disable=SC2086  # the flags are a list
-  g++ -std=c++11 "$source/consumer.cpp" -o "$work/consumer" $flags
-  LD_LIBRARY_PATH=$(dirname "$pc") "$work/consumer" "$work/page.png"
+  for standard in 11 17; do
+    # shellcheck disable=SC2086  # the flags are a list
+    g++ -std=c++$standard "$source/consumer.cpp" -o "$work/consumer" $flags
+    LD_LIBRARY_PATH=$(dirname "$pc") "$work/consumer" "$work/page.png"
+  done
 fi
