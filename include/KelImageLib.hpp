@@ -35,12 +35,14 @@ namespace kel {
 /// A result code of the library that is not 0.
 class Error : public std::runtime_error {
   public:
+    /// What an exported function gave.
     Error(const char* call, int code)
         : std::runtime_error(std::string(call) + " gave " + std::to_string(code)),
           call_(call),
           code_(code) {}
     /// The exported function.
     const char* call() const noexcept { return call_; }
+    /// Its result.
     int code() const noexcept { return code_; }
 
   private:
@@ -63,15 +65,18 @@ class Image {
         std::memset(data(), fill, bytes());
     }
 
+    /// A copy of the samples.
     Image(const Image& other) : size_(other.size_), planes_(other.planes_) {
         if (other.empty()) return;
         samples_.reset(new unsigned char[bytes()]);
         std::memcpy(data(), other.data(), bytes());
     }
+    /// Takes the samples over.
     Image(Image&& other) noexcept
         : size_(std::exchange(other.size_, kelSize{0, 0})),
           planes_(std::exchange(other.planes_, 0)),
           samples_(std::move(other.samples_)) {}
+    /// Copies or takes over.
     Image& operator=(Image other) noexcept {
         swap(other);
         return *this;
@@ -89,28 +94,40 @@ class Image {
         return image;
     }
 
+    /// Exchanges all with another image.
     void swap(Image& other) noexcept {
         std::swap(size_, other.size_);
         std::swap(planes_, other.planes_);
         samples_.swap(other.samples_);
     }
 
+    /// Whether it has no pixels.
     bool empty() const noexcept { return samples_ == nullptr; }
+    /// Width and height.
     kelSize size() const noexcept { return size_; }
+    /// Pixels per row.
     int width() const noexcept { return size_.width; }
+    /// Rows.
     int height() const noexcept { return size_.height; }
+    /// 1 or 3; 0 without pixels.
     int planes() const noexcept { return planes_; }
+    /// Samples in a plane.
     size_t planeBytes() const noexcept {
         return static_cast<size_t>(size_.width) * static_cast<size_t>(size_.height);
     }
+    /// Samples in all planes.
     size_t bytes() const noexcept { return planeBytes() * static_cast<size_t>(planes_); }
 
+    /// The first sample, null without pixels.
     unsigned char* data() noexcept { return samples_.get(); }
+    /// The same to read.
     const unsigned char* data() const noexcept { return samples_.get(); }
     /// For the library's functions that only read, but take no const.
     unsigned char* readable() const noexcept { return samples_.get(); }
 
+    /// The first sample of a row; plane and row are not checked.
     unsigned char* row(int plane, int y) noexcept { return data() + offset(plane, y); }
+    /// The same to read.
     const unsigned char* row(int plane, int y) const noexcept { return data() + offset(plane, y); }
 
   private:
@@ -139,10 +156,12 @@ class Image {
     Samples samples_;
 };
 
+/// Equal sizes, planes and samples.
 inline bool operator==(const Image& a, const Image& b) {
     return a.width() == b.width() && a.height() == b.height() && a.planes() == b.planes() &&
            (a.bytes() == 0 || std::memcmp(a.data(), b.data(), a.bytes()) == 0);
 }
+/// Not equal.
 inline bool operator!=(const Image& a, const Image& b) {
     return !(a == b);
 }
@@ -184,15 +203,17 @@ struct Buffer {
 
 /// The largest page that a load gives; a larger one is scaled down to fit. Without sides, any size.
 struct Limit {
-    int width = 0, height = 0;
+    int width = 0;   ///< the widest page, in pixels
+    int height = 0;  ///< the highest page
 };
 
 /// A page and what its file tells of it.
 struct Page {
-    Image image;
-    std::string format;                       ///< such as "TIFF"
-    std::string compression;                  ///< its name; for JPEG the quality as digits
-    double xResolution = 0, yResolution = 0;  ///< dots per inch; 0 where the file has none
+    Image image;              ///< grey, binary or RGB
+    std::string format;       ///< such as "TIFF"
+    std::string compression;  ///< its name; for JPEG the quality as digits
+    double xResolution = 0;   ///< dots per inch; 0 where the file has none
+    double yResolution = 0;   ///< the same, vertical
 };
 
 /// Loads the first page of a file, as grey, binary or RGB.
@@ -213,6 +234,7 @@ inline Page loadPage(const std::string& path, Limit limit = {}) {
     return page;
 }
 
+/// The image alone.
 inline Image load(const std::string& path, Limit limit = {}) {
     return loadPage(path, limit).image;
 }
@@ -232,6 +254,7 @@ inline Image load(const void* file, size_t length, Limit limit = {}) {
     return buffer.take(size, planes);
 }
 
+/// How the samples of a file are compressed, where its format has a choice.
 enum class Compression { none = 0, runLength = 1, group4 = 2 };
 
 /// Saves an image; the extension of the name tells the format. The file appears whole or not at
@@ -244,11 +267,12 @@ inline void save(const Image& image, const std::string& path,
                                    path.c_str(), static_cast<int>(compression)));
 }
 
+/// The form of a file in memory.
 struct Encoding {
-    const char* format = "JPEG";  ///< "JPEG", "BMP" or "TIFF"
-    int quality = 90;             ///< of JPEG, 1 to 100
-    double dpi = 0;               ///< 0: none is written
-    Compression compression = Compression::none;
+    const char* format = "JPEG";                  ///< "JPEG", "BMP" or "TIFF"
+    int quality = 90;                             ///< of JPEG, 1 to 100
+    double dpi = 0;                               ///< 0: none is written
+    Compression compression = Compression::none;  ///< of BMP and TIFF
 };
 
 /// A whole file in memory.
@@ -285,7 +309,8 @@ struct Binarization {
     int level = 0;                     ///< method 1: the level; 2 and 6: added to the estimate
     int blockSize = 25;                ///< methods 3 to 5: odd side of the window
     int belowMean = 10;                ///< methods 3 to 5: how much darker than the mean ink is
-    int lowest = 0, highest = 0;       ///< method 6: bounds of the level; 0 for none
+    int lowest = 0;                    ///< method 6: lower bound of the level; 0 for none
+    int highest = 0;                   ///< method 6: upper bound of the level; 0 for none
 };
 
 /// The ink of a page: 255 where it is dark, 0 on the paper, by any method.
@@ -417,6 +442,7 @@ struct Areas {
     std::vector<kelConnectArea> records;  ///< entry n - 1 is area n
 };
 
+/// Labels the areas in the raster order of their first pixels.
 inline Areas areasOf(const Image& ink) {
     detail::requirePlane(ink);
     Areas areas;

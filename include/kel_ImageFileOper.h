@@ -55,13 +55,15 @@ KEL_API int Kel_LoadImageFile2BufferRParam(const char* fileName, unsigned char**
 ///                all, of which the first 10 come; out: the number of records
 KEL_API int Kel_LoadImageFiles2Buffer_Mult(const char* fileName, tagImage** arr, int* imageNo);
 
-/// The three loaders from a block of memory that holds a whole file. The block is copied.
+/// Kel_LoadImageFile2Buffer() from a block of memory that holds a whole file, which is copied.
 KEL_API int Kel_ReadImageFile2Buffer(unsigned char* buffer, int bufferLen, unsigned char** dst,
                                      int* width, int* height, int* channels);
+/// Kel_LoadImageFile2BufferRParam() from such a block.
 KEL_API int Kel_ReadImageFile2BufferRParam(unsigned char* buffer, int bufferLen,
                                            unsigned char** dst, int* width, int* height,
                                            int* channels, char* format, char* compression,
                                            int* cprRate, double* xResolution, double* yResolution);
+/// Kel_LoadImageFiles2Buffer_Mult() from such a block.
 KEL_API int Kel_ReadImageFile2Buffer_Mult(unsigned char* buffer, int bufferLen, tagImage** arr,
                                           int* imageNo);
 

@@ -15,7 +15,9 @@ class KEL_API kelWaveCharacter {
   public:
     /// Zeroes all fields.
     kelWaveCharacter();
+    /// Copies all fields, `next` too.
     kelWaveCharacter(const kelWaveCharacter&) = default;
+    /// Copies all fields, `next` too.
     kelWaveCharacter& operator=(const kelWaveCharacter&) = default;
     /// Releases nothing: `next` belongs to whoever holds the list.
     ~kelWaveCharacter();  // NOLINT(performance-trivially-destructible): an exported member
@@ -60,8 +62,8 @@ class KEL_API kelWaveCharacterSeq {
     /// Adds 1 to `count`; makes no node.
     void NewOne();
 
-    kelWaveCharacter* head;
-    int32_t count;
+    kelWaveCharacter* head;  ///< first wave, or null
+    int32_t count;           ///< number of waves
 };
 
 /// A rectangle of a channel image; its first four fields are laid out like OpenCV's `CvRect`.
@@ -69,11 +71,15 @@ class KEL_API kelSegInfo {
   public:
     /// A rectangle of no size at the origin, of an image of one plane.
     kelSegInfo();
+    /// Takes all fields in order.
     kelSegInfo(int left, int top, int columns, int rows, int planes, double number);
+    /// Copies all fields.
     kelSegInfo(const kelSegInfo&) = default;
+    /// Copies all fields.
     kelSegInfo& operator=(const kelSegInfo&) = default;
     ~kelSegInfo();  // NOLINT(performance-trivially-destructible): an exported member
 
+    /// Sets all fields in order.
     void setValue(int left, int top, int columns, int rows, int planes, double number);
     /// Takes over all fields.
     void copy(kelSegInfo& from);

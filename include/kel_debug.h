@@ -7,7 +7,7 @@
 #define KEL_DEBUG_H
 
 #if !defined(KEL_NO_DEBUG_OUTPUT) && !defined(KEL_DEBUG_OUTPUT)
-#define KEL_DEBUG_OUTPUT 1
+#define KEL_DEBUG_OUTPUT 1  ///< debug images are written
 #endif
 
 #include "kel_define.h"

@@ -21,35 +21,34 @@
 
 /// Size of a channel image in pixels.
 struct kelSize {
-    int32_t width;
-    int32_t height;
+    int32_t width;   ///< pixels per row
+    int32_t height;  ///< rows
 };
 
 /// An image position in pixels.
 struct kelPoint {
-    int32_t x;
-    int32_t y;
+    int32_t x;  ///< column
+    int32_t y;  ///< row
 };
 
 /// An interval of positions, both bounds in pixels.
 struct kelRange {
-    int32_t lower;
-    int32_t upper;
+    int32_t lower;  ///< first position
+    int32_t upper;  ///< last position
 };
 
 /// One pixel gathered from the three planes.
 struct kelRGB {
-    uint8_t r;
-    uint8_t g;
-    uint8_t b;
+    uint8_t r;  ///< red
+    uint8_t g;  ///< green
+    uint8_t b;  ///< blue
 };
 
-/// One pixel in the HSV model: `h` in degrees (-1.0 where the pixel has no hue), `s` from 0 to 1,
-/// `v` from 0 to 255.
+/// One pixel in the HSV model.
 struct kelHSV {
-    double h;
-    double s;
-    double v;
+    double h;  ///< hue in degrees, -1.0 where the pixel has none
+    double s;  ///< saturation, 0 to 1
+    double v;  ///< value, 0 to 255
 };
 
 /// A cursor on one pixel of a three-channel channel image: three pointers, one into each plane.
@@ -57,8 +56,11 @@ struct kelHSV {
 class KEL_API kelRGBPoint {
   public:
     kelRGBPoint();
+    /// Aims at three samples.
     kelRGBPoint(unsigned char* red, unsigned char* green, unsigned char* blue);
+    /// A cursor on the same pixel.
     kelRGBPoint(const kelRGBPoint&) = default;
+    /// Aims at the pixel of another cursor.
     kelRGBPoint& operator=(const kelRGBPoint&) = default;
     ~kelRGBPoint();  // NOLINT(performance-trivially-destructible): an exported member
 
@@ -117,8 +119,8 @@ static_assert(offsetof(tagImage, imageData) == 0 && offsetof(tagImage, width) ==
 /// The largest size of a loaded page, in pixels. Enabled with 4096 by 4096 unless set otherwise.
 struct tagLimitSize {
     int32_t limitEnabled = 1;  ///< 1 or 0
-    int32_t width = 4096;
-    int32_t height = 4096;
+    int32_t width = 4096;      ///< the widest page
+    int32_t height = 4096;     ///< the highest page
 };
 
 static_assert(sizeof(tagLimitSize) == 12, "layout");

@@ -135,11 +135,11 @@ struct kelBinrizeWholeAndPartParams {
     unsigned char isToJudge;  ///< flag: run the dispersion test
     double err_aver_thres;    ///< dispersion limit
     int32_t thres_whole_err;  ///< added to the level when the dispersion is below the limit
-    unsigned char isOpp;      ///< the part binarization: arguments of KelBinarizeImage()
-    int32_t method;
-    int32_t block_size;
-    int32_t param1;
-    int32_t thres;
+    unsigned char isOpp;      ///< the part binarization: its polarity, see KelBinarizeImage()
+    int32_t method;           ///< its method
+    int32_t block_size;       ///< its window side
+    int32_t param1;           ///< what its method takes off
+    int32_t thres;            ///< its level
 };
 
 static_assert(sizeof(kelBinrizeWholeAndPartParams) == 56, "layout");

@@ -59,7 +59,9 @@ enum imErrorCode {
 
 /// One entry of a palette.
 struct imPaletteColor {
-    unsigned char red, green, blue;
+    unsigned char red;    ///< 0 to 255
+    unsigned char green;  ///< 0 to 255
+    unsigned char blue;   ///< 0 to 255
 };
 
 /// One image. imImageCreate makes it, imImageDestroy takes it back; samples may be read and
@@ -224,8 +226,8 @@ struct imBinFile;
 /// caller then gives the block back by imBinMemoryRelease, and may do so before that only after
 /// the file is closed. A given block for writing comes from malloc.
 struct imBinMemoryFileName {
-    unsigned char* buffer;
-    int size;
+    unsigned char* buffer;  ///< the block
+    int size;               ///< bytes in it
     float reallocate;  ///< factor of growth in writing, above 1; 0 or less: the block doesn't grow
 };
 
