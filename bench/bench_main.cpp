@@ -14,7 +14,9 @@
 #include <cstdio>
 #include <fstream>
 #include <map>
+#include <regex>
 #include <string>
+#include <vector>
 
 #include "bench_rows.h"
 #include "kernels/row_kernels.h"
@@ -25,21 +27,35 @@ namespace {
 /// Rows bound by memory vary by this much from run to run; a bar counts as missed beyond it.
 constexpr double kNoise = 0.03;
 
+/// A row that has been measured; its buffers are gone.
+struct Line {
+    Row row;
+    double ours = 0.0, peer = 0.0;  ///< ms
+};
+
 std::vector<Row>& table() {
     static std::vector<Row> rows;
     return rows;
 }
 
-std::string nameOf(size_t row, bool ours) {
-    return std::to_string(row) + (ours ? " ours: " : " peer: ") + rows()[row].operation + " | " +
-           rows()[row].page;
+std::string nameOf(const Row& row, size_t number, bool ours) {
+    return std::to_string(number) + (ours ? " ours: " : " peer: ") + row.operation + " | " +
+           row.page;
+}
+
+/// Whether `--benchmark_filter` lets a row pass: a part of "operation | page" matches, or with a
+/// '-' in front none does.
+bool isChosen(const Row& row) {
+    std::string filter = benchmark::GetBenchmarkFilter();
+    if (filter.empty() || filter == "all") return true;
+    const bool without = filter[0] == '-';
+    if (without) filter.erase(0, 1);
+    return std::regex_search(row.operation + " | " + row.page, std::regex(filter)) != without;
 }
 
 /// Keeps the fastest repetition of each benchmark, and shows how far the run is on a terminal.
 class FastestReporter : public benchmark::BenchmarkReporter {
   public:
-    explicit FastestReporter(size_t total) : total_(total) {}
-
     bool ReportContext(const Context&) override { return true; }
 
     void ReportRuns(const std::vector<Run>& runs) override {
@@ -52,8 +68,7 @@ class FastestReporter : public benchmark::BenchmarkReporter {
         }
         ++done_;
         if (isatty(STDERR_FILENO))
-            std::fprintf(stderr, done_ < total_ ? "\r\033[K    %zu of %zu measured" : "\r\033[K",
-                         done_, total_);
+            std::fprintf(stderr, "\r\033[K    %zu measured, ours and peers\r", done_);
     }
 
     double ms(const std::string& name) const {
@@ -63,7 +78,7 @@ class FastestReporter : public benchmark::BenchmarkReporter {
 
   private:
     std::map<std::string, double> fastest_;
-    size_t total_, done_ = 0;
+    size_t done_ = 0;
 };
 
 std::string processorName() {
@@ -94,7 +109,7 @@ double startMs(bool withLibrary) {
 
 bool checkRows() {
     bool good = true;
-    for (const Row& row : rows()) {
+    for (const Row& row : table()) {
         row.ours();
         row.peer();
         if (row.equal()) continue;
@@ -105,18 +120,43 @@ bool checkRows() {
     return good;
 }
 
-void printTable(const FastestReporter& results) {
+/// Checks and measures the rows of a subject, and gives their buffers back.
+bool measure(void (*addRows)(), std::vector<Line>& lines, FastestReporter& reporter) {
+    addRows();
+    if (!checkRows()) return false;
+    const size_t first = lines.size();
+    for (const Row& row : table()) {
+        for (const bool ours : {true, false})
+            benchmark::RegisterBenchmark(
+                nameOf(row, lines.size(), ours).c_str(),
+                [call = ours ? row.ours : row.peer](benchmark::State& state) {
+                    for (auto _ : state)
+                        call();
+                })
+                ->Unit(benchmark::kMillisecond);
+        lines.push_back({{row.operation, row.page, {}, row.peerName, {}, row.bar, {}}});
+    }
+    if (!table().empty()) benchmark::RunSpecifiedBenchmarks(&reporter, "all");
+    benchmark::ClearRegisteredBenchmarks();
+    table().clear();
+    for (size_t i = first; i < lines.size(); ++i) {
+        lines[i].ours = reporter.ms(nameOf(lines[i].row, i, true));
+        lines[i].peer = reporter.ms(nameOf(lines[i].row, i, false));
+    }
+    return true;
+}
+
+void printTable(const std::vector<Line>& lines) {
     std::printf("%s, %s, commit %s, OpenCV %s, kernels %s, one thread\n\n", processorName().c_str(),
                 "g++ " __VERSION__, KEL_COMMIT, CV_VERSION, kel::detail::rowKernels().level);
     std::printf("| operation | page | ours ms | peer | peer ms | ratio | bar |\n");
     std::printf("|---|---|---|---|---|---|---|\n");
-    for (size_t i = 0; i < rows().size(); ++i) {
-        const Row& row = rows()[i];
-        const double ours = results.ms(nameOf(i, true)), peer = results.ms(nameOf(i, false));
-        if (ours == 0.0 || peer == 0.0) continue;  // left out by a filter
+    for (const Line& line : lines) {
+        const Row& row = line.row;
+        const double ratio = line.ours / line.peer;
         std::printf("| %s | %s | %.3f | %s | %.3f | %.2f | %.2f%s |\n", row.operation.c_str(),
-                    row.page.c_str(), ours, row.peerName.c_str(), peer, ours / peer, row.bar,
-                    ours / peer > row.bar * (1 + kNoise) ? " MISSED" : "");
+                    row.page.c_str(), line.ours, row.peerName.c_str(), line.peer, ratio, row.bar,
+                    ratio > row.bar * (1 + kNoise) ? " MISSED" : "");
     }
     std::printf(
         "\nStarting a process: %.2f ms alone, %.2f ms with the library (bar: 20 ms more)\n\n",
@@ -126,11 +166,7 @@ void printTable(const FastestReporter& results) {
 }  // namespace
 
 void addRow(Row row) {
-    table().push_back(std::move(row));
-}
-
-const std::vector<Row>& rows() {
-    return table();
+    if (isChosen(row)) table().push_back(std::move(row));
 }
 
 int runAll(int argc, char** argv) {
@@ -145,31 +181,14 @@ int runAll(int argc, char** argv) {
     if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) return 2;
 
     cv::setNumThreads(1);
-    addCopyRows();
-    addBridgeRows();
-    addImBridgeRows();
-    addImFileRows();
-    addFileRows();
-    addBinarizeRows();
-    addEnhanceRows();
-    addImProcessRows();
-    addLevelRows();
-    addAnalysisRows();
-    addAreaRows();
-    addGeometryRows();
-    addColourRows();
-    if (!checkRows()) return 1;
-    for (size_t i = 0; i < rows().size(); ++i)
-        for (bool ours : {true, false})
-            benchmark::RegisterBenchmark(nameOf(i, ours).c_str(), [call = ours ? rows()[i].ours
-                                                                               : rows()[i].peer](
-                                                                      benchmark::State& state) {
-                for (auto _ : state)
-                    call();
-            })->Unit(benchmark::kMillisecond);
-    FastestReporter reporter(2 * rows().size());
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    printTable(reporter);
+    std::vector<Line> lines;
+    FastestReporter reporter;
+    for (auto* const addRows :
+         {addCopyRows, addBridgeRows, addImBridgeRows, addImFileRows, addFileRows, addBinarizeRows,
+          addEnhanceRows, addImProcessRows, addLevelRows, addAnalysisRows, addAreaRows,
+          addGeometryRows, addColourRows})
+        if (!measure(addRows, lines, reporter)) return 1;
+    printTable(lines);
     printTeamTable();
     printMemoryTable();
     printLoadMemoryTable();

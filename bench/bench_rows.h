@@ -21,11 +21,8 @@ struct Row {
     std::function<bool()> equal;  ///< compares our result with a plain form; run before timing
 };
 
-/// Adds a row; called by the files of each subject.
+/// Adds a row, unless the run is told to leave it out; called by the files of each subject.
 void addRow(Row row);
-
-/// Every row, in the order of adding.
-const std::vector<Row>& rows();
 
 /// Fill the table. One function a subject, called once by main.
 void addCopyRows();

@@ -33,6 +33,14 @@ says '^kelpage [0-9]+\.[0-9]+\.[0-9]+$'
 expect 0 "$kelpage" binarize --help
 says '6: auto-clamped'
 says 'otsu-mean: '
+expect 0 "$kelpage" describe man
+says '^\.SS despeckle$'
+expect 0 "$kelpage" describe bash
+# shellcheck disable=SC1091  # what was just printed
+completed=$(source "$work/stdout" && COMP_WORDS=(kelpage des) COMP_CWORD=1 && _kelpage &&
+            echo "${COMPREPLY[*]}" && COMP_WORDS=(kelpage rotate --an) COMP_CWORD=2 && _kelpage &&
+            echo "${COMPREPLY[*]}" && COMP_WORDS=(kelpage rotate sam) && _kelpage && echo "${COMPREPLY[*]}")
+[ "$completed" = $'deskew despeckle\n--angle' ] || fail "completion gives: $completed"
 expect 2 "$kelpage"
 expect 2 "$kelpage" binarize "$samples/form-ruled.png"
 expect 2 "$kelpage" binarize x.png -o y.png --method 9
