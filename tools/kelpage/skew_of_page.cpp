@@ -103,7 +103,7 @@ Skew skewOf(const Page& ink, const SkewSearch& search) {
         skew.scores.push_back(strips.score((2.0 * i / (kScoredAngles - 1) - 1.0) * search.range));
     skew.sureness = strips.score(found) / medianOf(skew.scores);
     skew.isSure = skew.sureness >= kSure;
-    if (skew.isSure) skew.angle = found;
+    if (skew.isSure && std::abs(found) > 1e-6) skew.angle = found;  // sums of steps may miss 0
     return skew;
 }
 
