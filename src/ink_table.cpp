@@ -39,8 +39,8 @@ InkTable::InkTable(const unsigned char* image, int w, int h, int threads)
       bands_(w < 1 ? 0 : partsOf(h, kBandRows)),
       tiles_(partsOf(w, kTileColumns)),
       groups_(partsOf(w, 8)),
-      bits_(bands_ * groups_ * kBandRows + kOverhang),
-      before_(bands_ * groups_ * kBandRows + kOverhang),
+      tableBytes_(bands_ * groups_ * kBandRows + kOverhang),
+      tables_(2 * tableBytes_),
       tileTotals_(bands_ * tiles_ * kBandRows),
       rowTotals_(static_cast<size_t>(std::max(h, 0))),
       inkedRows_(bands_ * tiles_) {
@@ -70,10 +70,9 @@ void InkTable::tabulateBand(const unsigned char* image, int band) {
     const size_t tilesBefore = static_cast<size_t>(band) * tiles_;
     uint16_t* const totals = tileTotals_.data() + tilesBefore * kBandRows;
     for (size_t y = 0; y < static_cast<size_t>(rows); y += kBlockRows)
-        kernels.analysis.tabulateInk(reinterpret_cast<const uint8_t*>(packed.data() + y * words),
-                                     words * 8, groups_,
-                                     {bits_.data() + groupsBefore + y,
-                                      before_.data() + groupsBefore + y, kBandRows, totals + y});
+        kernels.analysis.tabulateInk(
+            reinterpret_cast<const uint8_t*>(packed.data() + y * words), words * 8, groups_,
+            {bits() + groupsBefore + y, before() + groupsBefore + y, kBandRows, totals + y});
     for (size_t tile = 0; tile < tiles_; ++tile) {
         InkedRows& inked = inkedRows_[tilesBefore + tile];
         for (int y = rows; y-- > 0;) {
@@ -96,9 +95,8 @@ void InkTable::forInkedTiles(const Visit& visit) const {
             const int x = static_cast<int>(t) * kTileColumns;
             const size_t group = (band * groups_ + t * kTileGroups) * kBandRows;
             visit(Tile{x, static_cast<int>(band) * kBandRows + first,
-                       std::min(kTileColumns, width_ - x), end - first,
-                       bits_.data() + group + first, before_.data() + group + first,
-                       tileTotals_.data() + index * kBandRows + first});
+                       std::min(kTileColumns, width_ - x), end - first, bits() + group + first,
+                       before() + group + first, tileTotals_.data() + index * kBandRows + first});
         }
 }
 

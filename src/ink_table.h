@@ -37,14 +37,19 @@ class InkTable {
     };
     class SlantedSums;
 
+    uint8_t* bits() { return tables_.data(); }
+    uint8_t* before() { return tables_.data() + tableBytes_; }
+    const uint8_t* bits() const { return tables_.data(); }
+    const uint8_t* before() const { return tables_.data() + tableBytes_; }
     void tabulateBand(const unsigned char* image, int band);
     template <class Visit>
     void forInkedTiles(const Visit& visit) const;
     void projectPixels(uint32_t start, int c, int s, int* bins, int binCount) const;
 
     int width_, height_;
-    size_t bands_, tiles_, groups_;  ///< tiles and groups are those of a band
-    WorkBuffer<uint8_t> bits_, before_;
+    size_t bands_, tiles_, groups_;    ///< tiles and groups are those of a band
+    size_t tableBytes_;                ///< of one of the two
+    WorkBuffer<uint8_t> tables_;       ///< the groups' bits, then the ink before them
     WorkBuffer<uint16_t> tileTotals_;  ///< by band, tile and row
     std::vector<uint32_t> rowTotals_;
     std::vector<InkedRows> inkedRows_;  ///< by band and tile, counted in the band

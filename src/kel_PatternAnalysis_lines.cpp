@@ -238,8 +238,9 @@ int KelShowLines(unsigned char* image, kelSize size, int channels, int* lines, i
     SampleBuffer copy(bytes + static_cast<size_t>(std::max(size.width, 0)));
     std::memset(copy.data(), 0, copy.size());
     if (channels > 0 && bytes > 0) std::memcpy(copy.data(), image, bytes);
+    const int drawn = isEmpty(size) ? 0 : channels == 3 ? 3 : 1;
     for (int i = 0; i < lineCount; ++i)
-        for (int c = 0; c < (channels == 3 ? 3 : 1); ++c) {
+        for (int c = 0; c < drawn; ++c) {
             const PlaneView plane = planeOf(copy.data(), size, c);
             if (direction == 'H') {
                 fillRow(plane, lines[i], colour[c]);

@@ -5,13 +5,15 @@
 
 #include <fstream>
 
+#include "scratch.h"
+
 using kel::detail::Config;
 
 namespace {
 
 /// A file of that content in the tests' folder.
 std::string fileOf(const std::string& content) {
-    std::string name = ::testing::TempDir() + "kel_config_test.cfg";
+    std::string name = test::scratchPath("values.cfg");
     std::ofstream(name, std::ios::binary) << content;
     return name;
 }

@@ -11,6 +11,7 @@
 #include "kel_ConnectArea_internal.h"
 #include "kel_ImageFileOper.h"
 #include "kel_ImageStorage.h"
+#include "scratch.h"
 #include "support.h"
 
 using test::area;
@@ -337,7 +338,7 @@ TEST(SpotRemoval, ClearsWholePixels) {
 }
 
 TEST(ConnectArea, DrawsLabelsOverTheImage) {
-    std::string file = ::testing::TempDir() + "kel_labels.bmp";
+    std::string file = test::scratchPath("labels.bmp");
     int labels[] = {0, 1, 6, 5, 11, 2};
     Bytes colour = test::randomBytes(18, 5);
     for (const int channels : {1, 3, 2}) {

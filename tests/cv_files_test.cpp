@@ -1,6 +1,5 @@
 // Image files through OpenCV: loads, saves, and what they say when there is nothing to read.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -12,6 +11,7 @@
 #include "kel_ImageStorage.h"
 #include "kel_cv.h"
 #include "kel_cv_internal.h"
+#include "scratch.h"
 #include "support.h"
 
 namespace fs = std::filesystem;
@@ -20,13 +20,9 @@ using test::Bytes;
 namespace {
 
 struct Files : ::testing::Test {
-    Files() { fs::create_directories(folder); }
-    ~Files() override { fs::remove_all(folder); }
-    std::string path(const char* name) const { return (folder / name).string(); }
+    std::string path(const char* name) const { return (scratch.path / name).string(); }
 
-    const fs::path folder = fs::temp_directory_path() /
-                            ("kel-files-" + std::to_string(getpid()) + "-" +
-                             ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    const test::ScratchFolder scratch;
 };
 
 /// The outputs of a load, with marks where nothing was written.
@@ -78,7 +74,7 @@ TEST_F(Files, NothingReadSetsTheStatedOutputs) {
     std::ofstream(path("text.png")) << "not an image";
     std::ofstream(path("empty.png"));
     for (const std::string& name :
-         {path("missing.png"), path("text.png"), path("empty.png"), folder.string()}) {
+         {path("missing.png"), path("text.png"), path("empty.png"), scratch.path.string()}) {
         Loaded l(name, 1);
         EXPECT_EQ(l.result, -1) << name;
         EXPECT_EQ(l.channels, 0);

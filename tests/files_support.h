@@ -7,15 +7,9 @@
 namespace test {
 
 /// An empty working folder while it lives, for files of fixed names.
-struct WorkingFolder {
-    WorkingFolder() {
-        std::filesystem::create_directories(path);
-        std::filesystem::current_path(path);
-    }
-    ~WorkingFolder() {
-        std::filesystem::current_path(before);
-        std::filesystem::remove_all(path);
-    }
+struct WorkingFolder : ScratchFolder {
+    WorkingFolder() { std::filesystem::current_path(path); }
+    ~WorkingFolder() { std::filesystem::current_path(before); }
     std::vector<std::string> files() const {
         std::vector<std::string> names;
         for (const auto& entry : std::filesystem::directory_iterator(path))
@@ -24,7 +18,6 @@ struct WorkingFolder {
         return names;
     }
     std::filesystem::path before = std::filesystem::current_path();
-    std::filesystem::path path = scratchPath("working");
 };
 
 struct Dots {

@@ -175,6 +175,10 @@ TEST(FormLines, ShownLines) {
             EXPECT_EQ(Bytes(shown, shown + before.size()), expected) << channels << direction;
             Kel_ReleaseImage(shown);
         }
+    int line = 0;
+    std::string none = test::scratchPath("none.bmp");
+    EXPECT_THROW(KelShowLines(nullptr, {INT_MIN, INT_MIN}, 3, &line, 1, 'H', colour, none.data()),
+                 cv::Exception);
 }
 
 }  // namespace

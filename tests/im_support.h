@@ -3,7 +3,6 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -18,6 +17,7 @@
 #include <vector>
 
 #include "im.h"
+#include "scratch.h"
 
 namespace test {
 
@@ -156,17 +156,6 @@ inline Im converted(const imImage& image, int space) {
                             bytes ? static_cast<int>(IM_BYTE) : image.data_type));
     EXPECT_EQ(imConvertColorSpace(&image, result.get()), IM_ERR_NONE);
     return result;
-}
-
-/// A path in a folder of this process alone, which goes with it: tests run side by side.
-inline std::string scratchPath(const std::string& name) {
-    static const struct Folder {
-        std::filesystem::path path =
-            std::filesystem::path(::testing::TempDir()) / ("kel_test_" + std::to_string(getpid()));
-        Folder() { std::filesystem::create_directories(path); }
-        ~Folder() { std::filesystem::remove_all(path); }
-    } folder;
-    return (folder.path / name).string();
 }
 
 inline std::string writeBytes(const std::string& name, const Bytes& bytes) {

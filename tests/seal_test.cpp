@@ -7,6 +7,7 @@
 #include "kel_ImageBasicProcess.h"
 #include "kel_ImageStorage.h"
 #include "kel_segment.h"
+#include "scratch.h"
 
 using test::area;
 using test::Bytes;
@@ -170,7 +171,7 @@ std::string withKeys(const std::string& block, int first, const std::string& wit
 }
 
 TEST(SealConfiguration, ReadsTheBlockOfAColour) {
-    const std::string name = ::testing::TempDir() + "kel_seal_test.cfg";
+    const std::string name = test::scratchPath("seal.cfg");
     const std::string red = "SEGMENT_RED_PARAMETERS", blue = "SEGMENT_BLUE_PARAMETERS";
     const struct {
         std::string content;

@@ -178,6 +178,43 @@ says '1 hole of radius 7 filled'
 expect 2 "$kelpage" holes "$samples/page-dark-margins.jpg" -o "$work/x.png" --colour 1,2
 expect 1 "$kelpage" edges "$work/text.png" -o "$work/x.png" --report "$work/edges"
 says '^kelpage: .*/text.png: not an image, or damaged$'
+# Skew: told and taken away where it is sure; the corners then have the paper's colour.
+awk 'BEGIN { print "P3 300 200 255"; for (y = 0; y < 200; y++) for (x = 0; x < 300; x++)
+  print int(y - 0.0875 * x + 300) % 12 < 4 ? "20 20 20" : "250 240 200" }' > "$work/slanted.ppm"
+awk 'BEGIN { print "P2 300 200 255"; for (i = 0; i < 60000; i++) print rand() < 0.01 ? 0 : 255 }' > "$work/specks.pgm"
+awk 'BEGIN { print "P2 300 200 255"; for (i = 0; i < 60000; i++) print 255 }' > "$work/white.pgm"
+expect 1 "$kelpage" skew "$work"/{slanted.ppm,specks.pgm,white.pgm,text.png} --plots "$work/plots"
+says '^slanted.ppm: 5\.00 degrees, sure: [0-9.]+ times the median score$'
+says '^specks.pgm: 0\.00 degrees, unsure: '
+says '^white.pgm: 0\.00 degrees: a blank page$'
+[ "$(wc -l < "$work/stdout")" -eq 3 ] || fail "not one line for each page"
+is_png "$work/plots/slanted.png"
+expect 0 "$kelpage" deskew "$work/slanted.ppm" -o "$work/upright.ppm" --report "$work/straight"
+[ "$(tail -c 300 "$work/upright.ppm" | head -c 3 | od -An -tu1)" = " 250 240 200" ] || fail "a corner is not paper"
+expect 0 "$kelpage" skew "$work/upright.ppm"
+says ' 0\.[01]0 degrees, sure'
+expect 0 "$kelpage" deskew "$work/specks.pgm" -o "$work/kept.png"
+expect 0 "$kelpage" convert "$work/specks.pgm" "$work/specks.png"
+cmp -s "$work/kept.png" "$work/specks.png" || fail "a page of unsure skew was turned"
+expect 2 "$kelpage" skew "$work/white.pgm" --range 1 --accuracy 2
+
+# Rules, projections and amount fields; the library's own pictures are not left behind.
+awk 'BEGIN { print "P2 400 60 255"; for (i = 0; i < 24000; i++) { x = i % 400
+  print x == 50 || x == 101 || x == 150 ? 20 : 230 } }' > "$work/field.pgm"
+cd "$work" || exit 1
+expect 0 "$kelpage" lines field.pgm -o lines.png --length 40
+says '^field.pgm: 0 horizontal lines, 3 vertical lines$'
+expect 0 "$kelpage" profile field.pgm -o profile.png
+says '^field.pgm: 180 pixels of ink; row 0 has 3, column 50 has 60$'
+expect 0 "$kelpage" amount field.pgm -o amount.png
+says '^field.pgm: columns 40 60 91 125 160, rows 0 to 59$'
+for picture in lines profile amount; do is_png "$picture.png"; done
+expect 1 "$kelpage" amount white.pgm -o none.png
+says 'white.pgm: has fewer than three marks'
+lines_on_stderr 1
+[ -z "$(find . -name 'proj_*')" ] || fail "the library's pictures were left behind"
+cd - > /dev/null || exit 1
+
 # Seals: the mask, the page without it, the report; settings from the page's own hue.
 stamped=$samples/stamped
 expect 0 "$kelpage" seal "$stamped/form-red-seal.png" -o "$work/seal.png" --config "$samples/seal.cfg" \

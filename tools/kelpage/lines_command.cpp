@@ -21,9 +21,10 @@ struct Arguments {
     int thickness = 15;
 };
 
-/// A rule: its middle row or column, and where along it there is ink.
+/// A rule: its middle row or column, and the pieces along it.
 struct Rule {
-    int position, from, to;
+    int position;
+    std::vector<kelWaveCharacter> pieces;
 };
 
 struct Projections {
@@ -76,10 +77,22 @@ std::vector<Rule> rulesOf(const Page& ink, const Arguments& arguments, bool hori
                              part.height);
         KelCopySubImage(opened.samples.get(), size, strip.samples.get(), part, 1, &rect);
         Projections along = projectionsOf(strip);
-        const auto inked = wavesOf(horizontal ? along.columns : along.rows, 0);
-        rules.push_back({(wave.start + wave.end) / 2, inked.front().start, inked.back().end});
+        rules.push_back(
+            {(wave.start + wave.end) / 2, wavesOf(horizontal ? along.columns : along.rows, 0)});
     }
     return rules;
+}
+
+void draw(Page& page, const std::vector<Rule>& rules, bool horizontal) {
+    for (const Rule& rule : rules) {
+        const int start = rule.position - kDrawnWidth / 2;
+        for (const kelWaveCharacter& piece : rule.pieces) {
+            if (horizontal)
+                fill(page, piece.start, start, piece.length, kDrawnWidth, kRed);
+            else
+                fill(page, start, piece.start, kDrawnWidth, piece.length, kBlue);
+        }
+    }
 }
 
 std::string countText(size_t count, const char* direction) {
@@ -91,10 +104,8 @@ Outcome drawLines(Page page, const Arguments& arguments) {
     const std::vector<Rule> rows = rulesOf(ink, arguments, true);
     const std::vector<Rule> columns = rulesOf(ink, arguments, false);
     Page drawn = inColour(page);
-    for (const Rule& r : rows)
-        fill(drawn, r.from, r.position - kDrawnWidth / 2, r.to - r.from + 1, kDrawnWidth, kRed);
-    for (const Rule& r : columns)
-        fill(drawn, r.position - kDrawnWidth / 2, r.from, kDrawnWidth, r.to - r.from + 1, kBlue);
+    draw(drawn, rows, true);
+    draw(drawn, columns, false);
     return {std::move(page), std::move(drawn), "",
             countText(rows.size(), "horizontal") + ", " + countText(columns.size(), "vertical")};
 }
