@@ -61,6 +61,7 @@ class Names {
     }
 
     uint32_t unite(uint32_t a, uint32_t b) {
+        if (a == b) return a;
         a = firstOf(a);
         b = firstOf(b);
         return a < b ? earlier_[b] = a : earlier_[a] = b;

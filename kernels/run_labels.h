@@ -88,10 +88,17 @@ struct RunLabels {
             std::fill(out + left, out + right, Number{0});
             for (uint32_t i = band->firstRun + band->headRuns;
                  i < band[1].firstRun - band->tailRuns; ++i)
-                std::fill(out + runs[i].begin, out + runs[i].end,
-                          static_cast<Number>(numberOf(regionOf[nameOf[i]])));
+                fillRun(out, runs[i], static_cast<Number>(numberOf(regionOf[nameOf[i]])));
             if (right < width) std::copy(out - step + right, out - step + width, out + right);
         }
+    }
+
+  private:
+    /// In fine patterns most runs are one pixel.
+    template <class Number>
+    static void fillRun(Number* row, Run run, Number number) {
+        row[run.begin] = number;
+        if (run.end - run.begin > 1) std::fill(row + run.begin + 1, row + run.end, number);
     }
 };
 
