@@ -1,7 +1,5 @@
 #include "run_labels.h"
 
-#include <cstring>
-
 namespace kel::detail {
 namespace {
 
@@ -19,21 +17,37 @@ struct BandBits {
     uint64_t* band(size_t index) const { return &words[index * wordsPerBand]; }
 };
 
+/// Rows as bands; the runs that they share with the band before are not known yet.
 BandBits packBands(const BytePlane& plane, PackForeground pack, RunLabels& labels) {
     const auto width = static_cast<size_t>(plane.width), height = static_cast<size_t>(plane.height);
     BandBits bits{(width + 63) / 64, nullptr};
     bits.words = uninitialised<uint64_t>(bits.wordsPerBand * height);
     labels.bandOf.reserve(height);
-    labels.bandStart.push_back(0);
+    uint32_t runs = 0;
     for (int y = 0; y < plane.height; ++y) {
-        const size_t next = labels.bandStart.size() - 1;
-        const size_t runs = pack(plane.row(y), bits.band(next), width);
-        const bool isRepeat =
-            y > 0 && std::memcmp(bits.band(next), bits.band(next - 1), 8 * bits.wordsPerBand) == 0;
-        if (!isRepeat)
-            labels.bandStart.push_back(labels.bandStart.back() + static_cast<uint32_t>(runs));
-        labels.bandOf.push_back(static_cast<uint32_t>(isRepeat ? next - 1 : next));
+        const size_t next = labels.bands.size();
+        const uint64_t* const words = bits.band(next);
+        const size_t added = pack(plane.row(y), bits.band(next), width);
+        Band band{runs, 0, 0, 0, 0};
+        if (y > 0) {
+            const uint64_t* const above = words - bits.wordsPerBand;
+            size_t head = 0, tail = 0;
+            while (head < bits.wordsPerBand && words[head] == above[head])
+                ++head;
+            if (head == bits.wordsPerBand) {
+                labels.bandOf.push_back(static_cast<uint32_t>(next - 1));
+                continue;
+            }
+            while (words[bits.wordsPerBand - 1 - tail] == above[bits.wordsPerBand - 1 - tail])
+                ++tail;
+            band.headWords = static_cast<uint32_t>(head);
+            band.tailWords = static_cast<uint32_t>(tail);
+        }
+        labels.bandOf.push_back(static_cast<uint32_t>(next));
+        labels.bands.push_back(band);
+        runs += static_cast<uint32_t>(added);
     }
+    labels.bands.push_back({runs, 0, 0, 0, 0});
     return bits;
 }
 
@@ -41,40 +55,23 @@ BandBits packBands(const BytePlane& plane, PackForeground pack, RunLabels& label
 /// another such that is no later than itself; the first of a region knows itself.
 class Names {
   public:
-    uint32_t add(const Region& part) {
-        const auto name = static_cast<uint32_t>(parts_.size());
-        earlier_.push_back(name);
-        parts_.push_back(part);
-        return name;
+    uint32_t add() {
+        earlier_.push_back(static_cast<uint32_t>(earlier_.size()));
+        return earlier_.back();
     }
 
-    Region& part(uint32_t name) { return parts_[name]; }
-
     uint32_t unite(uint32_t a, uint32_t b) {
+        if (a == b) return a;
         a = firstOf(a);
         b = firstOf(b);
         return a < b ? earlier_[b] = a : earlier_[a] = b;
     }
 
-    /// Joins the parts to regions. Returns the region of each name.
-    std::vector<uint32_t> join(std::vector<Region>& regions) {
-        uint32_t count = 0;
-        for (uint32_t name = 0; name < earlier_.size(); ++name) {
-            const Region part = parts_[name];
-            if (earlier_[name] == name) {
-                parts_[count] = part;  // no later than the part itself
-                earlier_[name] = count++;
-                continue;
-            }
-            earlier_[name] = earlier_[earlier_[name]];  // of an earlier one, a region already
-            Region& region = parts_[earlier_[name]];
-            region.pixels += part.pixels;
-            region.left = std::min(region.left, part.left);
-            region.right = std::max(region.right, part.right);
-            region.bottom = std::max(region.bottom, part.bottom);
-        }
-        parts_.resize(count);
-        regions = std::move(parts_);
+    /// Numbers the regions, in the order of their first names. Returns the region of each name.
+    std::vector<uint32_t> join(uint32_t& regions) {
+        regions = 0;
+        for (uint32_t name = 0; name < earlier_.size(); ++name)
+            earlier_[name] = earlier_[name] == name ? regions++ : earlier_[earlier_[name]];
         return std::move(earlier_);
     }
 
@@ -86,142 +83,171 @@ class Names {
     }
 
     std::vector<uint32_t> earlier_;
-    std::vector<Region> parts_;
 };
 
-/// The rows of a band.
-struct Rows {
-    int32_t first;
-    int32_t count;
+/// Writes runs as words of bits come, from left to right. They start and end where bits change, in
+/// turn.
+struct RunWriter {
+    Run* run;
+    uint64_t before;  ///< the last bit of the word before; 1 leaves `run` open, begun already
+
+    bool isOpen() const { return before != 0; }
+
+    void add(uint64_t word, int32_t base) {
+        uint64_t changes = word ^ (word << 1 | before);
+        const bool wasOpen = isOpen();
+        before = word >> 63;
+        if (changes == 0) return;
+        if (wasOpen) {
+            (run++)->end = base + __builtin_ctzll(changes);
+            changes &= changes - 1;
+        }
+        while (changes != 0) {
+            run->begin = base + __builtin_ctzll(changes);
+            changes &= changes - 1;
+            if (changes == 0) return;
+            (run++)->end = base + __builtin_ctzll(changes);
+            changes &= changes - 1;
+        }
+    }
 };
 
-/// Names the runs of one band after the other by those that they touch in the band before.
+/// Finds the runs of one band after the other, and names them by those that they touch in the band
+/// before.
 class Namer {
   public:
     /// `reach` 1 lets corners touch.
-    Namer(RunLabels& labels, int reach)
-        : runs_(labels.runs.get()), nameOf_(labels.regionOf.get()), reach_(reach) {}
+    Namer(RunLabels& labels, const BandBits& bits, int reach)
+        : labels_(labels),
+          bits_(bits),
+          runs_(labels.runs.get()),
+          nameOf_(labels.nameOf.get()),
+          reach_(reach) {}
 
-    /// The runs from `run` to `end`; those from `above` to `run` are the band before.
-    void nameBand(uint32_t above, uint32_t run, uint32_t end, Rows rows) {
-        above_ = above;
-        aboveEnd_ = run;
-        run_ = run;
-        rows_ = rows;
-        while (run_ < end) {
-            nameLikeAbove(end);
-            // Looked for now and then only: noise has nothing to find.
-            for (const uint32_t stop = std::min(end, run_ + 16); run_ < stop; ++run_)
-                nameOne();
-        }
+    void nameBand(size_t index, int32_t width) {
+        Band& band = labels_.bands[index];
+        const uint32_t end = labels_.bands[index + 1].firstRun;
+        above_ = index > 0 ? labels_.bands[index - 1].firstRun : 0;
+        aboveEnd_ = band.firstRun;
+        countSharedRuns(band);
+        copyFromAbove(above_, band.firstRun, band.headRuns);
+        copyFromAbove(aboveEnd_ - band.tailRuns, end - band.tailRuns, band.tailRuns);
+        above_ += band.headRuns;
+        extract(band, bits_.band(index), width);
+        for (uint32_t run = band.firstRun + band.headRuns; run < end - band.tailRuns; ++run)
+            nameOf_[run] = nameFor(runs_[run]);
     }
 
-    std::vector<uint32_t> join(std::vector<Region>& regions) { return names_.join(regions); }
+    std::vector<uint32_t> join(uint32_t& regions) { return names_.join(regions); }
 
   private:
-    uint32_t pixelsOf(Run run) const {
-        return static_cast<uint32_t>(run.end - run.begin) * static_cast<uint32_t>(rows_.count);
+    int32_t headEnd(const Band& band) const { return 64 * static_cast<int32_t>(band.headWords); }
+    int32_t tailBegin(const Band& band) const {
+        return 64 * static_cast<int32_t>(bits_.wordsPerBand - band.tailWords);
     }
-    int32_t bottom() const { return rows_.first + rows_.count - 1; }
 
-    void skipAbove(Run here) {
+    /// The runs within the words that are as above. One that ends with them may reach on, or touch
+    /// more than its like.
+    void countSharedRuns(Band& band) const {
+        const Run* const first = runs_ + above_;
+        const Run* const last = runs_ + aboveEnd_;
+        const int32_t left = headEnd(band), right = tailBegin(band);
+        if (first == last) return;
+        if (first->end < left)
+            band.headRuns = static_cast<uint32_t>(
+                std::partition_point(first, last, [=](Run run) { return run.end < left; }) - first);
+        if (last[-1].begin > right)
+            band.tailRuns = static_cast<uint32_t>(
+                last - std::partition_point(first, last, [=](Run r) { return r.begin <= right; }));
+    }
+
+    void copyFromAbove(uint32_t from, uint32_t to, uint32_t count) {
+        std::copy_n(runs_ + from, count, runs_ + to);
+        std::copy_n(nameOf_ + from, count, nameOf_ + to);
+    }
+
+    /// The runs between those that are as above; they may begin and end among these words.
+    void extract(const Band& band, const uint64_t* words, int32_t width) {
+        const size_t tail = bits_.wordsPerBand - band.tailWords;
+        RunWriter writer{runs_ + band.firstRun + band.headRuns, 0};
+        if (band.headWords > 0 && words[band.headWords - 1] >> 63 != 0) {
+            writer.before = 1;
+            writer.run->begin = runs_[above_].begin;
+        }
+        for (size_t i = band.headWords; i < tail; ++i)
+            writer.add(words[i], static_cast<int32_t>(64 * i));
+        if (tail < bits_.wordsPerBand && (words[tail] & 1) != 0) {
+            if (!writer.isOpen()) writer.run->begin = tailBegin(band);
+            writer.run->end = runs_[aboveEnd_ - band.tailRuns - 1].end;
+        } else if (writer.isOpen()) {
+            writer.run->end = std::min(tailBegin(band), width);
+        }
+    }
+
+    uint32_t nameFor(Run here) {
         while (above_ < aboveEnd_ && runs_[above_].end + reach_ <= here.begin)
             ++above_;
-    }
-
-    /// Runs with the same ends as those above, which touch no others: most of them in shapes of
-    /// upright lines.
-    void nameLikeAbove(uint32_t end) {
-        skipAbove(runs_[run_]);
-        for (; run_ < end && above_ < aboveEnd_; ++run_, ++above_) {
-            const Run here = runs_[run_];
-            if (here.begin != runs_[above_].begin || here.end != runs_[above_].end) return;
-            nameOf_[run_] = nameOf_[above_];
-            Region& part = names_.part(nameOf_[run_]);
-            part.pixels += pixelsOf(here);
-            part.bottom = bottom();
-        }
-    }
-
-    void nameOne() {
-        const Run here = runs_[run_];
-        skipAbove(here);
-        if (above_ == aboveEnd_ || runs_[above_].begin >= here.end + reach_) {
-            nameOf_[run_] =
-                names_.add({pixelsOf(here), here.begin, rows_.first, here.end - 1, bottom()});
-            return;
-        }
+        if (above_ == aboveEnd_ || runs_[above_].begin >= here.end + reach_) return names_.add();
         uint32_t name = nameOf_[above_];
         // The last one touched may reach the next run too.
         for (; above_ + 1 < aboveEnd_ && runs_[above_ + 1].begin < here.end + reach_; ++above_)
             name = names_.unite(name, nameOf_[above_ + 1]);
-        nameOf_[run_] = name;
-        Region& part = names_.part(name);
-        part.pixels += pixelsOf(here);
-        part.left = std::min(part.left, here.begin);
-        part.right = std::max(part.right, here.end - 1);
-        part.bottom = bottom();
+        return name;
     }
 
-    const Run* runs_;
+    RunLabels& labels_;
+    const BandBits& bits_;
+    Run* runs_;
     uint32_t* nameOf_;
     int reach_;
     Names names_;
-    uint32_t above_ = 0, aboveEnd_ = 0, run_ = 0;
-    Rows rows_{};
+    uint32_t above_ = 0, aboveEnd_ = 0;  ///< the runs above that are still to be touched
 };
 
 }  // namespace
 
-// Runs start and end where bits change, in turn.
 Run* extractRuns(const uint64_t* words, size_t count, int width, Run* run) {
-    uint64_t before = 0;  // the last bit of the word before
-    bool isOpen = false;
-    for (size_t i = 0; i < count; ++i) {
-        uint64_t changes = words[i] ^ (words[i] << 1 | before);
-        before = words[i] >> 63;
-        const auto base = static_cast<int32_t>(64 * i);
-        if (isOpen && changes != 0) {
-            (run++)->end = base + __builtin_ctzll(changes);
-            changes &= changes - 1;
-            isOpen = false;
-        }
-        for (; changes != 0; changes &= changes - 1) {
-            run->begin = base + __builtin_ctzll(changes);
-            changes &= changes - 1;
-            isOpen = changes == 0;
-            if (isOpen) break;
-            (run++)->end = base + __builtin_ctzll(changes);
-        }
-    }
-    if (isOpen) (run++)->end = width;
-    return run;
+    RunWriter writer{run, 0};
+    for (size_t i = 0; i < count; ++i)
+        writer.add(words[i], static_cast<int32_t>(64 * i));
+    if (writer.isOpen()) (writer.run++)->end = width;
+    return writer.run;
 }
 
 RunLabels labelRuns(const BytePlane& plane, PackForeground pack, int connect) {
     RunLabels labels;
     if (plane.width < 1 || plane.height < 1) return labels;
     const BandBits bits = packBands(plane, pack, labels);
-    const size_t count = labels.bandStart.back();
-    labels.runs = uninitialised<Run>(count);
-    labels.regionOf = uninitialised<uint32_t>(count);
-    Namer namer(labels, connect == 8 ? 1 : 0);
-    uint32_t above = 0;
-    for (int32_t y = 0; y < plane.height;) {
-        const uint32_t band = labels.bandOf[static_cast<size_t>(y)];
-        Rows rows{y, 0};
-        for (; y < plane.height && labels.bandOf[static_cast<size_t>(y)] == band; ++y)
-            ++rows.count;
-        const uint32_t start = labels.bandStart[band], end = labels.bandStart[band + 1];
-        extractRuns(bits.band(band), bits.wordsPerBand, plane.width, &labels.runs[start]);
-        namer.nameBand(above, start, end, rows);
-        above = start;
-    }
-    const std::vector<uint32_t> regionOfName = namer.join(labels.regions);
-    if (regionOfName.size() != labels.regions.size())
-        for (size_t i = 0; i < count; ++i)
-            labels.regionOf[i] = regionOfName[labels.regionOf[i]];
+    labels.runs = uninitialised<Run>(labels.bands.back().firstRun);
+    labels.nameOf = uninitialised<uint32_t>(labels.bands.back().firstRun);
+    Namer namer(labels, bits, connect == 8 ? 1 : 0);
+    for (size_t band = 0; band + 1 < labels.bands.size(); ++band)
+        namer.nameBand(band, plane.width);
+    labels.regionOf = namer.join(labels.regionCount);
     return labels;
+}
+
+std::vector<Region> RunLabels::regions() const {
+    std::vector<Region> regions;
+    regions.reserve(regionCount);
+    for (size_t y = 0; y < bandOf.size();) {
+        const auto top = static_cast<int32_t>(y);
+        const uint32_t band = bandOf[y];
+        while (y < bandOf.size() && bandOf[y] == band)
+            ++y;
+        const auto bottom = static_cast<int32_t>(y) - 1;
+        forEachRunOfRow(top, [&](Run run, uint32_t index) {
+            if (index == regions.size())
+                regions.push_back({0, run.begin, top, run.end - 1, bottom});
+            Region& region = regions[index];
+            region.pixels += static_cast<uint32_t>(run.end - run.begin) *
+                             static_cast<uint32_t>(bottom - top + 1);
+            region.left = std::min(region.left, run.begin);
+            region.right = std::max(region.right, run.end - 1);
+            region.bottom = bottom;
+        });
+    }
+    return regions;
 }
 
 }  // namespace kel::detail

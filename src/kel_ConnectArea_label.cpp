@@ -13,7 +13,7 @@ int labelPlane(const BytePlane& plane, PackForeground pack, int* labelBuf) {
     const RunLabels labels = labelRuns(plane, pack, 8);
     labels.writeNumbers(labelBuf, plane.width, plane.width,
                         [](uint32_t region) { return region + 1; });
-    return static_cast<int>(labels.regions.size());
+    return static_cast<int>(labels.regionCount);
 }
 
 }  // namespace

@@ -25,14 +25,14 @@ struct Spots {
     /// Tests every area as kel_set_caType_value does.
     void keep(int type, int value, int value2 = 0) {
         std::vector<kelConnectArea> records{{}};
-        records.reserve(labels.regions.size() + 1);
-        for (const Region& r : labels.regions)
+        records.reserve(labels.regionCount + size_t{1});
+        for (const Region& r : labels.regions())
             records.push_back({static_cast<int>(r.pixels), r.left, r.top, r.right, r.bottom, 0});
         stays.assign(records.size(), 0);
         kept = kel_set_caType_value(records.data(), caNum(), stays.data(), type, value, value2);
     }
 
-    int caNum() const { return static_cast<int>(labels.regions.size()) + 1; }
+    int caNum() const { return static_cast<int>(labels.regionCount) + 1; }
     bool stay(uint32_t region) const { return stays[region + 1] != 0; }
 
     RunLabels labels;
@@ -65,7 +65,7 @@ void printCounts(const Spots& spots) {
 
 int removeQuietly(IplImage* image, int type, int value) {
     Spots spots = spotsOf(*image);
-    if (spots.labels.regions.empty()) return 0;
+    if (spots.labels.regionCount == 0) return 0;
     spots.keep(type, value);
     eraseOrClear(spots, image);
     return 0;
@@ -92,7 +92,7 @@ void keepRunsOnly(const Spots& spots, const PlaneView& image) {
 
 int kel_del_smallspot_IplImage(IplImage* image, int minArea) {
     Spots spots = spotsOf(*image);
-    if (spots.labels.regions.empty()) return 0;
+    if (spots.labels.regionCount == 0) return 0;
     spots.keep(5, minArea);
     printCounts(spots);
     eraseOrClear(spots, image);
@@ -103,7 +103,7 @@ int kel_del_smallspot_IplImage_bill(IplImage* image, int minArea, int maxArea) {
     std::printf("len = %d, w = %d, h = %d\n", wrapMul(image->width, image->height), image->width,
                 image->height);
     Spots spots = spotsOf(*image);
-    if (spots.labels.regions.empty()) return 0;
+    if (spots.labels.regionCount == 0) return 0;
     spots.keep(8, minArea, maxArea);
     printCounts(spots);
     if (spots.kept == 0) {
@@ -125,7 +125,7 @@ int kel_del_small_big_spot_IplImage(IplImage* image, int minArea) {
 int kel_del_smallspot_uc(unsigned char* image, int w, int h, int minArea) {
     const PlaneView plane{image, w, h, w};
     Spots spots(plane, rowKernels().area.packFull);
-    if (spots.labels.regions.empty()) return 0;
+    if (spots.labels.regionCount == 0) return 0;
     spots.keep(5, minArea);
     keepRunsOnly(spots, plane);
     return 0;

@@ -219,6 +219,7 @@ int KelSubBlackEdge2(unsigned char* image, int w, int h, int channels, unsigned 
 }
 
 int KelEnlargeWhiteArea(unsigned char* image, int w, int h) {
+    if (isEmpty({w, h})) return 0;
     const int half = w / 2;
     for (int y = 0; y < h; ++y) {
         unsigned char* const row = image + static_cast<ptrdiff_t>(y) * w;

@@ -14,17 +14,15 @@ class ToolkitRegions {
     ToolkitRegions(const BytePlane& plane, PackForeground pack)
         : width_(plane.width),
           height_(plane.height),
-          labels_(
-              plane.width < 1 || plane.height < 1
-                  ? RunLabels()
-                  : labelRuns({plane.row(height_ - 1), -plane.step, width_, height_}, pack, 8)) {}
+          labels_(plane.width < 1 || plane.height < 1
+                      ? RunLabels()
+                      : labelRuns({plane.row(height_ - 1), -plane.step, width_, height_}, pack, 8)),
+          regions_(labels_.regions()) {}
 
-    int count() const { return static_cast<int>(std::min(labels_.regions.size(), size_t{kMost})); }
+    int count() const { return static_cast<int>(std::min(labels_.regionCount, kMost)); }
 
     /// The box is upside down.
-    const Region& operator[](int index) const {
-        return labels_.regions[static_cast<size_t>(index)];
-    }
+    const Region& operator[](int index) const { return regions_[static_cast<size_t>(index)]; }
 
     /// Calls visit(row, run, index) for every run of a numbered region; rows count from the top.
     template <class Visit>
@@ -48,6 +46,7 @@ class ToolkitRegions {
     int width_;
     int height_;
     RunLabels labels_;
+    std::vector<Region> regions_;
 };
 
 }  // namespace kel::detail

@@ -20,6 +20,12 @@ inline std::vector<std::vector<unsigned char>> binaryPatterns(int width, int hei
         [](int x, int y, int w, int h, unsigned) {
             return std::min({x, y, w - 1 - x, h - 1 - y}) % 2 == 1;
         },
+        [](int x, int, int, int, unsigned noise) {  // rows much like those above
+            return (x * x / 37 % 2 == 1) != (noise % 200 == 0);
+        },
+        [](int x, int y, int w, int, unsigned) {  // and long runs with changes midway
+            return y % 3 == 2 ? x > 63 && x < w - 70 : y % 3 == 1 || x % 100 > 70;
+        },
         [](int, int, int, int, unsigned noise) { return noise % 4 == 0; },
         [](int, int, int, int, unsigned noise) { return noise % 5 < 3; }};
     std::vector<std::vector<unsigned char>> planes;

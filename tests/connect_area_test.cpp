@@ -80,7 +80,7 @@ class Ipl {
 template <class Check>
 void forEachPattern(Check check) {
     for (const kelSize size :
-         {kelSize{1, 1}, {1, 9}, {9, 1}, {63, 4}, {64, 5}, {65, 31}, {200, 90}})
+         {kelSize{1, 1}, {1, 9}, {9, 1}, {63, 4}, {64, 5}, {65, 31}, {330, 60}})
         for (Bytes& plane : test::binaryPatterns(size.width, size.height)) {
             check(plane, size);
             for (size_t i = 0; i < plane.size(); i += 7)

@@ -2,6 +2,7 @@
 // for each step, regions by the toolkit's own calls.
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <set>
 
 #include "binary_patterns.h"
@@ -256,6 +257,7 @@ TEST(Edges, WhiteGrowsAtBothEndsOfRows) {
         EXPECT_EQ(KelEnlargeWhiteArea(image.data(), int(c.row.size()), 2), 0);
         EXPECT_EQ(image.bytes(), expected);
     }
+    EXPECT_EQ(KelEnlargeWhiteArea(nullptr, INT_MIN, 1), 0);
 }
 
 struct Holes {

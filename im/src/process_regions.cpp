@@ -41,8 +41,8 @@ struct RegionNumbers {
 RegionNumbers numberRegions(const RunLabels& labels, bool atBorderToo, const imImage& image,
                             uint32_t most) {
     RegionNumbers numbers;
-    numbers.of.reserve(labels.regions.size());
-    for (const Region& region : labels.regions) {
+    numbers.of.reserve(labels.regionCount);
+    for (const Region& region : labels.regions()) {
         const bool counts = (atBorderToo || !region.touchesBorder(image.width, image.height)) &&
                             numbers.highest < most;
         numbers.of.push_back(counts ? ++numbers.highest : 0);
@@ -70,8 +70,9 @@ struct SizeBounds {
 
 void eraseRegions(const RunLabels& labels, SizeBounds bounds, bool inside, imImage& dst) {
     auto* const out = static_cast<uint8_t*>(dst.data[0]);
+    const std::vector<Region> regions = labels.regions();
     labels.forEachRun([&](int y, Run run, uint32_t region) {
-        if (bounds.contain(labels.regions[region].pixels) != inside) return;
+        if (bounds.contain(regions[region].pixels) != inside) return;
         uint8_t* const row = out + static_cast<ptrdiff_t>(y) * dst.width;
         std::fill(row + run.begin, row + run.end, uint8_t{0});
     });

@@ -175,6 +175,8 @@ expect 0 "$kelpage" edges "$samples/page-dark-margins.jpg" -o "$work/frame.png" 
 expect 2 "$kelpage" edges "$samples/page-dark-margins.jpg" -o "$work/x.png" --frame 40 --thin
 expect 0 "$kelpage" holes "$samples/page-dark-margins.jpg" -o "$work/holes.png"
 says '1 hole of radius 7 filled'
+expect 0 "$kelpage" holes "$samples/page-dark-margins.jpg" -o "$work/holes.png" --strip 300
+says '0 holes .*: the page is too small'
 expect 2 "$kelpage" holes "$samples/page-dark-margins.jpg" -o "$work/x.png" --colour 1,2
 expect 1 "$kelpage" edges "$work/text.png" -o "$work/x.png" --report "$work/edges"
 says '^kelpage: .*/text.png: not an image, or damaged$'

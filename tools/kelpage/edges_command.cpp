@@ -60,12 +60,12 @@ void addEdges(CLI::App& app, int& status) {
     CLI::Option* const keep = command
                                   ->add_option("-k,--keep-centre", arguments->keep,
                                                "Paint only within so many pixels of the border")
-                                  ->check(CLI::NonNegativeNumber);
+                                  ->check(CLI::Range(0, 100000));
     CLI::Option* const frame =
         command
             ->add_option("-f,--frame", arguments->frame,
                          "Look only within so many pixels of the border, and paint with --paint")
-            ->check(CLI::PositiveNumber)
+            ->check(CLI::Range(1, 100000))
             ->excludes(thin)
             ->excludes(keep);
     command

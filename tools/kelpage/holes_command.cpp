@@ -41,6 +41,12 @@ size_t holesIn(const Page& before, const Page& after) {
     return areasOf(changed).count();
 }
 
+/// The library leaves smaller pages alone.
+bool isLargeEnough(kelSize page, int radius, int strip) {
+    return page.height >= 300 && strip > 0 && 2 * strip + 100 <= page.width &&
+           2 * (kMargin + radius) + 10 <= page.width;
+}
+
 Outcome fillHoles(Page page, const Arguments& arguments) {
     const int radius =
         arguments.radius.value_or(static_cast<int>(std::lround(dpiOf(page) * kHoleRadiusInch)));
@@ -54,6 +60,7 @@ Outcome fillHoles(Page page, const Arguments& arguments) {
     const size_t holes = holesIn(page, outcome.after);
     outcome.facts = std::to_string(holes) + (holes == 1 ? " hole" : " holes") + " of radius " +
                     std::to_string(radius) + " filled, in strips of " + std::to_string(strip);
+    if (!isLargeEnough(page.size, radius, strip)) outcome.facts += ": the page is too small";
     outcome.before = std::move(page);
     return outcome;
 }
