@@ -285,8 +285,8 @@ KEL_API int KelLaplace8(unsigned char* src, unsigned char* dst, kelSize size, in
 KEL_API int KelLaplace4(unsigned char* src, unsigned char* dst, kelSize size, int channels,
                         double strength);
 
-/// Morphology of one plane with a rectangle of 2 * radiusX + 1 by 2 * radiusY + 1, through OpenCV;
-/// the border is replicated.
+/// Morphology of one plane with a rectangle of 2 * radiusX + 1 by 2 * radiusY + 1, as OpenCV
+/// does it with the border replicated.
 /// @param operation 1 closing, 2 opening, 3 dilation, 4 erosion; any other copies `src`
 /// @param dst       may be `src`
 /// @return 0, always

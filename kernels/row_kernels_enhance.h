@@ -92,6 +92,10 @@ struct EnhanceKernels {
     void (*edges)(const RowTriple& rows, uint8_t* out, size_t count);
     /// The larger of three samples, one from each row; the pointers aim at the first position.
     void (*largestOfThree)(const RowTriple& rows, uint8_t* out, size_t count);
+    /// The least sample at each position of several rows, at least one; `out` may be one of them.
+    void (*leastOfRows)(const uint8_t* const* rows, size_t rowCount, uint8_t* out, size_t count);
+    /// The largest one.
+    void (*largestOfRows)(const uint8_t* const* rows, size_t rowCount, uint8_t* out, size_t count);
     /// Sets `out` to 255 where one of three neighbours in `in` is 255. `in` aims at the sample left
     /// of the first position.
     void (*spreadWhite)(const uint8_t* in, uint8_t* out, size_t count);

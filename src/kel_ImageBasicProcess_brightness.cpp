@@ -6,6 +6,7 @@
 #include "kernels/row_kernels.h"
 #include "plane_view.h"
 #include "sizes.h"
+#include "unchanged_source.h"
 
 using namespace kel::detail;
 
@@ -25,7 +26,8 @@ double meanOf(const unsigned char* plane, size_t count) {
 void shiftToMean(const unsigned char* src, unsigned char* dst, size_t count, int target) {
     const double shift = target - meanOf(src, count);
     const double largest = kLargestShift;
-    rowKernels().enhance.addClamped(src, dst, count,
+    const UnchangedSource source(src, dst, src == dst ? 0 : count);
+    rowKernels().enhance.addClamped(source.data(), dst, count,
                                     static_cast<int>(std::clamp(shift, -largest, largest)));
 }
 

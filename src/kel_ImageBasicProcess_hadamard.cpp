@@ -69,9 +69,16 @@ int KelHadamardImage2(unsigned char* a, int aChannels, unsigned char* b, int bCh
 int KelHadamardImage3(unsigned char* a, unsigned char* mask, unsigned char* dst, kelSize size) {
     if (isEmpty(size)) return 0;
     const ptrdiff_t step = planeStep(size);
-    const unsigned char* const in[3] = {a, a + step, a + 2 * step};
-    unsigned char* const out[3] = {dst, dst + step, dst + 2 * step};
-    rowKernels().enhance.whitenDark(in, mask, out, static_cast<size_t>(step), kDarkUpTo);
+    const auto plane = static_cast<size_t>(step);
+    // Pixels go one by one where one that is written may be part of another that is yet to be read.
+    const bool isApart = a == dst || !overlaps(a, 3 * plane, dst, 3 * plane);
+    const bool isMaskApart = !overlaps(mask, plane, dst, 3 * plane) || (mask - dst) % step == 0;
+    const size_t run = isApart && isMaskApart ? plane : 1;
+    for (size_t i = 0; i < plane; i += run) {
+        const unsigned char* const in[3] = {a + i, a + step + i, a + 2 * step + i};
+        unsigned char* const out[3] = {dst + i, dst + step + i, dst + 2 * step + i};
+        rowKernels().enhance.whitenDark(in, mask + i, out, run, kDarkUpTo);
+    }
     return 0;
 }
 

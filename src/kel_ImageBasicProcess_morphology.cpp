@@ -1,13 +1,16 @@
-// Morphology through OpenCV, and the edges of binary images.
-#include <opencv2/imgproc.hpp>
+// Morphology with rectangles, and the edges of binary images.
+#include <opencv2/core.hpp>
 
+#include <algorithm>
+#include <limits>
 #include <vector>
 
-#include "cv_handles.h"
 #include "kel_ImageBasicProcess.h"
 #include "kernels/row_kernels.h"
 #include "plane_view.h"
+#include "rectangle_extremes.h"
 #include "sizes.h"
+#include "unchanged_source.h"
 
 using namespace kel::detail;
 
@@ -15,37 +18,35 @@ namespace {
 
 enum Operation { kClose = 1, kOpen, kDilate, kErode };
 
-int diameterOf(int radius) {
-    return wrapAdd(wrapMul(2, radius), 1);
-}
-
-void transform(const cv::Mat& source, cv::Mat& target, int operation, cv::Point radius,
-               int iterations) {
-    const cv::Mat element = cv::getStructuringElement(
-        cv::MORPH_RECT, {diameterOf(radius.x), diameterOf(radius.y)}, radius);
-    const int type = operation == kClose    ? cv::MORPH_CLOSE
-                     : operation == kOpen   ? cv::MORPH_OPEN
-                     : operation == kDilate ? cv::MORPH_DILATE
-                                            : cv::MORPH_ERODE;
-    cv::morphologyEx(source, target, type, element, radius, iterations, cv::BORDER_REPLICATE);
+/// A rectangle applied several times is one of as many times the radius.
+int radiusOf(int radius, int iterations) {
+    const int64_t whole = int64_t{radius} * iterations;
+    return static_cast<int>(std::min<int64_t>(whole, std::numeric_limits<int>::max()));
 }
 
 }  // namespace
 
 int KelMorphology(unsigned char* src, unsigned char* dst, kelSize* size, int operation, int radiusX,
                   int radiusY, int iterations) {
+    if (radiusX < 0 || radiusY < 0)
+        CV_Error(cv::Error::StsOutOfRange, "The radii of the element are negative");
     if (isEmpty(*size)) return 0;
     const auto bytes = static_cast<size_t>(planeStep(*size));
-    if (operation < kClose || operation > kErode) {
+    if (operation < kClose || operation > kErode || iterations == 0) {
         std::memmove(dst, src, bytes);
         return 0;
     }
-    const cv::Mat source = planeMat(src, *size);
-    // OpenCV does not know an overlap that is not the whole plane.
-    const bool apart = src == dst || !overlaps(src, bytes, dst, bytes);
-    cv::Mat target = apart ? planeMat(dst, *size) : cv::Mat();
-    transform(source, target, operation, {radiusX, radiusY}, iterations);
-    if (target.data != dst) std::memcpy(dst, target.data, bytes);
+    // OpenCV takes a negative number of times for once.
+    const int times = std::max(iterations, 1);
+    const int rx = radiusOf(radiusX, times), ry = radiusOf(radiusY, times);
+    const bool shrinksFirst = operation == kOpen || operation == kErode;
+    const Extreme first = shrinksFirst ? Extreme::least : Extreme::largest;
+    const Extreme second = shrinksFirst ? Extreme::largest : Extreme::least;
+    const UnchangedSource source(src, dst, src == dst ? 0 : bytes);
+    const PlaneView target = planeOf(dst, *size, 0);
+    extremesOfRectangles(constPlaneOf(source.data(), *size, 0), target, rx, ry, first);
+    if (operation == kClose || operation == kOpen)
+        extremesOfRectangles(constPlaneOf(dst, *size, 0), target, rx, ry, second);
     return 0;
 }
 

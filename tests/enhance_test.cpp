@@ -142,6 +142,15 @@ TEST(Enhance, Brightness) {
             expected[i + size_t(shift)] = sampleOf(expected[i] + 3);
         EXPECT_EQ(ours, expected) << shift;
     }
+    Bytes moved = noise, expected = noise;  // plane by plane, each as it stands
+    for (auto from = expected.begin() + 5; from < expected.begin() + 95; from += 30) {
+        const Bytes plane(from, from + 30);
+        const double shift = std::trunc(90 - std::accumulate(from, from + 30, 0) / 30.0);
+        std::transform(plane.begin(), plane.end(), from + 3,
+                       [=](int v) { return sampleOf(v + shift); });
+    }
+    KelChangeBrightRGB(moved.data() + 5, moved.data() + 8, {6, 5}, 90, 90, 90);
+    EXPECT_EQ(moved, expected);
     EXPECT_EQ(KelBrightAver(dark.data(), {0, 3}), 0.0);
     EXPECT_EQ(KelBrightAver(Bytes(noise).data(), {3, 100}),
               std::accumulate(noise.begin(), noise.end(), 0.0) / 300);
@@ -238,6 +247,15 @@ TEST(Enhance, ProductsAndRemovals) {
             const auto mask = s.begin() + ptrdiff_t(3 * area(z));
             return whitenedDark(Bytes(s.begin(), mask), Bytes(mask, s.end()));
         });
+    const kelSize size{40, 3};
+    Bytes shared = content(Content::flagged, {40, 13}, 1), one = shared;  // pixel by pixel
+    KelHadamardImage3(shared.data(), shared.data() + 383, shared.data() + 17, size);
+    for (size_t i = 0; i < 120; ++i) {
+        const Bytes out = whitenedDark({one[i], one[i + 120], one[i + 240]}, {one[i + 383]});
+        for (const size_t c : {0, 1, 2})
+            one[i + 17 + 120 * c] = out[c];
+    }
+    EXPECT_EQ(shared, one);
     for (const char channel : {'R', 'G', 'B', 'r', '\0'})
         for (const bool third : {false, true})
             for (const int method : {1, 2, 6}) {

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <opencv2/imgproc/imgproc_c.h>
 
+#include <limits>
+
 #include "enhance_support.h"
 #include "kel_ImageBasicProcess.h"
 #include "kel_cv.h"
@@ -111,7 +113,8 @@ TEST(Framework, BinaryNeighbourhoods) {
             "edges", {1, 1, false, kind},
             [](auto s, auto d, auto z) { kel_Cal_EdgeImage(s, z.width, z.height, d); },
             [](const Bytes& s, auto z, auto) { return contours(s, z); });
-        const int radii[][3] = {{1, 1, 1}, {0, 0, 2}, {3, 0, 1}, {0, 2, 3}, {2, 1, 2}, {1, 1, 0}};
+        const int radii[][3] = {{1, 1, 1}, {0, 0, 2},  {3, 0, 1},  {0, 2, 3},  {2, 1, 2},
+                                {1, 1, 0}, {7, 20, 1}, {40, 6, 2}, {1, 70, -1}};
         for (int operation = 0; operation < 6; ++operation)
             for (const auto& r : radii)
                 compare(
@@ -125,7 +128,13 @@ TEST(Framework, BinaryNeighbourhoods) {
     }
     kelSize size{9, 9};
     Bytes plane(100, 255), out(100);
-    EXPECT_ANY_THROW(KelMorphology(plane.data(), out.data(), &size, 3, -1, 1, 1));
+    for (const int operation : {3, 9})
+        EXPECT_ANY_THROW(KelMorphology(plane.data(), out.data(), &size, operation, -1, 1, 1));
+    const int most = std::numeric_limits<int>::max();
+    plane[40] = 7;
+    KelMorphology(plane.data(), out.data(), &size, 4, most, most, most);
+    EXPECT_EQ(Bytes(out.begin(), out.begin() + 81), Bytes(81, 7));
+    plane[40] = 255;
     KelMorphology(plane.data(), plane.data() + 7, &size, 4, 1, 1, 1);  // overlapping in part
     EXPECT_EQ(plane, Bytes(100, 255));
 }

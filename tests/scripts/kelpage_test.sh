@@ -118,6 +118,8 @@ while read -r picture; do is_png "$work/steps/$picture"; done < "$work/pictures"
 expect 2 "$kelpage" enhance x.png -o y.png
 says 'at least one step'
 expect 2 "$kelpage" enhance x.png -o y.png --curve 150,100
+for option in -g -s; do expect 2 "$kelpage" enhance x.png -o y.png "$option" nan; done
+expect 2 "$kelpage" rotate x.png -o y.png -a nan
 expect 1 "$kelpage" enhance "$samples/form-ruled.png" -o "$work/x.png" -b 5 --report "$work/text.png"
 says 'text.png: cannot make this folder'
 

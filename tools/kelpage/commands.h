@@ -5,7 +5,20 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cmath>
+
 namespace kelpage {
+
+/// Accepts numbers from `low` to `high`. Unlike CLI::Range it refuses "nan".
+inline CLI::Validator realRange(double low, double high) {
+    const CLI::Range range(low, high);
+    return {[range](std::string& text) {
+                double number = 0.0;
+                const bool isNan = CLI::detail::lexical_cast(text, number) && std::isnan(number);
+                return isNan ? text + " is not a number" : range(text);
+            },
+            range.get_description()};
+}
 
 void addAmount(CLI::App& app, int& status);
 void addAreas(CLI::App& app, int& status);

@@ -160,14 +160,14 @@ void addEnhance(CLI::App& app, int& status) {
     command
         ->add_option("-g,--gamma", arguments->gamma,
                      "Exponent 1/GAMMA; above 1 lifts the mid-tones")
-        ->check(CLI::Range(0.01, 100.0));
+        ->check(realRange(0.01, 100.0));
     command
         ->add_option("-l,--levels", arguments->levels,
                      "Shares of the darkest and brightest samples to cut, such as 0.01,0.01")
         ->delimiter(',')
-        ->check(CLI::Range(0.0, 1.0));
+        ->check(realRange(0.0, 1.0));
     command->add_option("-s,--sharpen", arguments->sharpen, "Strength, such as 0.2")
-        ->check(CLI::Range(-250.0, 250.0));
+        ->check(realRange(-250.0, 250.0));
     command->add_option("-r,--report", arguments->report,
                         "Folder for an HTML page that shows each step before and after");
     command->callback([arguments, &status] {

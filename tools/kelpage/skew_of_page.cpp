@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "commands.h"
 #include "kel_CalAngle.h"
 #include "kel_ImageBasicProcess.h"
 #include "kel_PatternAnalysis.h"
@@ -79,10 +80,10 @@ std::string Skew::text() const {
 
 void addSkewOptions(CLI::App& command, SkewSearch& search) {
     command.add_option("--range", search.range, "Degrees to look at on either side")
-        ->check(CLI::Range(0.1, 45.0))
+        ->check(realRange(0.1, 45.0))
         ->capture_default_str();
     command.add_option("--accuracy", search.accuracy, "Degrees of the last step")
-        ->check(CLI::Range(0.01, 10.0))
+        ->check(realRange(0.01, 10.0))
         ->capture_default_str();
 }
 
