@@ -243,6 +243,11 @@ says '^kelpage: .*/own.cfg: not all keys for a blue seal$'
 expect 1 "$kelpage" seal "$stamped/form-red-seal.png" -o "$work/x.png" --config "$work/none.cfg"
 expect 1 "$kelpage" seal "$samples/page-dark-margins.jpg" -o "$work/x.png" --config "$samples/seal.cfg"
 says 'is a grey page'
+seal_of_form=("$kelpage" seal "$stamped/form-red-seal.png" --config "$samples/seal.cfg")
+expect 1 "${seal_of_form[@]}" -o "$work/x.png" --without "$work/x.png"
+says '^kelpage: .*/x.png: is the file of the seal$'
+expect 1 "${seal_of_form[@]}" -o "$work/none/x.png"
+says '^kelpage: .*/none/x.png: cannot be written$'
 expect 2 "$kelpage" seal "$stamped/form-red-seal.png" -o "$work/x.png" --config "$samples/seal.cfg" --colour green
 
 # Sizes and turns, by number and name, with what they report; four quarter turns lead back.

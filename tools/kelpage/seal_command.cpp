@@ -86,7 +86,8 @@ void show(const Arguments& arguments, const Page& page, const Page& ink, const P
     std::printf("%s\n", report.write("Seals", "Each page, its seal, and what is left.").c_str());
 }
 
-void segment(const Arguments& arguments, kelHSVSegConfig& config) {
+/// `atFault` is the file that an exception is about.
+void segment(const Arguments& arguments, kelHSVSegConfig& config, fs::path& atFault) {
     const Page page = loadPage(arguments.input);
     if (page.channels != 3) throw FileError("is a grey page, without colours");
     Page mask = makePage(page.size, 1);
@@ -96,14 +97,22 @@ void segment(const Arguments& arguments, kelHSVSegConfig& config) {
     const Page ink = inkOf(mask);
     const Page rest = withoutSeal(page, mask);
     const std::vector<fs::path> inputs = {arguments.input, arguments.config};
+    atFault = arguments.output;
     savePage(ink, arguments.output, inputs);
-    if (!arguments.without.empty()) savePage(rest, arguments.without, inputs);
+    if (!arguments.without.empty()) {
+        atFault = arguments.without;
+        std::error_code error;
+        if (fs::equivalent(arguments.output, arguments.without, error))
+            throw FileError("is the file of the seal");
+        savePage(rest, arguments.without, inputs);
+    }
     const auto bytes = static_cast<ptrdiff_t>(page.planeBytes());
     const auto marked = std::count(mask.samples.get(), mask.samples.get() + bytes, 255);
     char share[64];
     std::snprintf(share, sizeof share, "%.2f %% of the page is seal",
                   100.0 * static_cast<double>(marked) / static_cast<double>(bytes));
     std::printf("%s: %s\n", arguments.input.c_str(), share);
+    atFault = arguments.report;
     if (!arguments.report.empty()) show(arguments, page, ink, rest, share, time);
 }
 
@@ -112,7 +121,7 @@ int run(const Arguments& arguments) {
     try {
         kelHSVSegConfig config = settingsOf(arguments);
         atFault = arguments.input;
-        segment(arguments, config);
+        segment(arguments, config, atFault);
     } catch (const std::exception& error) {
         reportError(atFault, reasonOf(error));
         return 1;
