@@ -32,7 +32,7 @@ int run(int argc, char** argv) {
     kelpage::addResize(app, status);
     kelpage::addLines(app, status);
     kelpage::addProfile(app, status);
-    kelpage::addRoad(app, status);
+    kelpage::addRun(app, status);
     kelpage::addRotate(app, status);
     kelpage::addSeal(app, status);
     kelpage::addSheet(app, status);
