@@ -285,7 +285,7 @@ void addFileOptions(CLI::App& command, Arguments& a) {
     command.add_option("-j,--jobs", a.threads, "Pages at once")
         ->check(CLI::Range(1, 256))
         ->capture_default_str();
-    command.add_option("-r,--report", a.report,
+    command.add_option("--report", a.report,
                        "Folder for an HTML page with each page before and after; it links "
                        "methods/index.html there, if that is a sheet");
     command.add_flag("--json", a.isJson, "One line of JSON for each page on standard output");
