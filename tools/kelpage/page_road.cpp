@@ -1,6 +1,7 @@
 #include "page_road.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 #include "areas_of_page.h"
@@ -14,6 +15,12 @@
 
 namespace kelpage {
 namespace {
+
+/// A spot is smaller than 10 pixels of 300 dpi; at low resolutions that would be a full stop.
+int usualLeast(const Page& page) {
+    const double scale = dpiOf(page) / 300.0;
+    return std::clamp(static_cast<int>(std::lround(10.0 * scale * scale)), 2, 100);
+}
 
 /// A page on its way. The steps stand in their order.
 class Road {
@@ -55,7 +62,8 @@ class Road {
             return;
         }
         Settings settings = options_.method;
-        result_.level = levelText(source, settings);
+        const std::string text = levelText(source, settings);
+        result_.level = text.substr(text.rfind("level ", 0) == 0 ? 6 : 0);
         settings.invert = true;
         ink_ = binarize(source, settings);
         ink_.xDpi = source.xDpi;
@@ -113,9 +121,12 @@ class Road {
         unsigned char* const ink = ink_.samples.get();
         const int w = ink_.size.width, h = ink_.size.height;
         if (options_.edges == EdgeWork::clear) Kel_RemoveEdgeNoise(ink, w, h, 0);
-        const size_t before = areasOf(ink_).count();
-        kel_del_smallspot_uc(ink, w, h, options_.least - 1);
-        result_.spots = before - areasOf(ink_).count();
+        const int least = options_.least.value_or(usualLeast(page_.colour));
+        const Areas areas = areasOf(ink_);
+        result_.spots = static_cast<size_t>(
+            std::count_if(areas.records.begin() + 1, areas.records.end(),
+                          [&](const kelConnectArea& area) { return area.area < least; }));
+        if (result_.spots > 0) kel_del_smallspot_uc(ink, w, h, least - 1);
         result_.ink = inkShare(ink_, page_.colour);
         if (result_.ink < options_.blankInk) result_.fate = Fate::blank;
         page_.binary = blackOnWhite(ink_);

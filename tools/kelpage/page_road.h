@@ -19,7 +19,7 @@ struct RoadOptions {
     bool isDeskewed = true;
     SkewSearch search;
     EdgeWork edges = EdgeWork::paint;  ///< clear: from the page in black and white as well
-    int least = 10;                    ///< pixels of ink that are no spot
+    std::optional<int> least;          ///< pixels of ink that are no spot; or by the resolution
     bool holes = false;
     std::optional<kelHSVSegConfig> seal;
     double blankInk = 0.0002;  ///< a page with a smaller share of ink is blank

@@ -74,7 +74,7 @@ std::string lineOf(const PlannedPage& page, const RunPageResult& run) {
     if (result.fate == Fate::blank) line += "blank; ";
     if (result.fate == Fate::dropped) return line + "blank, dropped";
     if (result.isTurned) line += "turned by " + degrees(-result.skew) + ", ";
-    line += result.level + ", " + std::to_string(result.spots) +
+    line += "level: " + result.level + ", " + std::to_string(result.spots) +
             (result.spots == 1 ? " spot" : " spots") + " removed";
     if (result.holes > 0)
         line += ", " + std::to_string(result.holes) + (result.holes == 1 ? " hole" : " holes") +
@@ -152,9 +152,9 @@ std::string optionText(const Arguments& a) {
          << m.param1 << ' ' << m.ratio << ' ' << m.lowRatio << ' ' << m.highRatio << " limit "
          << a.limit << " skew " << !a.keepsSkew << ' ' << a.page.road.search.range << ' '
          << a.page.road.search.accuracy << " edges " << static_cast<int>(a.page.road.edges)
-         << " least " << a.page.road.least << " holes " << a.page.road.holes << " blank "
-         << a.blankPercent << ' ' << a.page.dropsBlank << " colour " << a.page.colourFormat << ' '
-         << a.page.quality << " seal ";
+         << " least " << a.page.road.least.value_or(0) << " holes " << a.page.road.holes
+         << " blank " << a.blankPercent << ' ' << a.page.dropsBlank << " colour "
+         << a.page.colourFormat << ' ' << a.page.quality << " seal ";
     if (!a.seal.empty()) text << a.sealColour << ' ' << digestOf(contentsOf(a.seal));
     if (!a.report.empty()) text << " report " << fs::absolute(a.report).lexically_normal().string();
     return text.str();
@@ -255,9 +255,10 @@ void addPageOptions(CLI::App& command, Arguments& a) {
         ->transform(CLI::CheckedTransformer(kEdges))
         ->type_name("WORK");
     command.add_flag("--holes", a.page.road.holes, "Fill the dark holes of binders");
-    command.add_option("--least", a.page.road.least, "Areas of ink with fewer pixels are spots")
-        ->check(CLI::Range(1, 1000000))
-        ->capture_default_str();
+    command
+        .add_option("--least", a.page.road.least,
+                    "Areas of ink with fewer pixels are spots (10 at 300 dpi)")
+        ->check(CLI::Range(1, 1000000));
     command.add_option("--seal", a.seal,
                        "Separate coloured seals by this configuration file: into a file of their "
                        "own, and out of the page in black and white");

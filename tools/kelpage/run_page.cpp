@@ -36,7 +36,7 @@ void writePage(const Page& page, const fs::path& file, Compression compression, 
 const char* const kSealSuffix = "-seal";
 
 std::string pictureName(const std::string& name, Picture picture) {
-    constexpr const char* kEnds[] = {"-before.jpg", "-after.jpg", "-binary.png", "-seal.png"};
+    constexpr const char* kEnds[] = {"-before.jpg", "-after.jpg", "-binary.jpg", "-seal.jpg"};
     return name + kEnds[static_cast<size_t>(picture)];
 }
 

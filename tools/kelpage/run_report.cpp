@@ -24,7 +24,7 @@ const char* const kStyle = R"(
   .totals dd { margin: 0; font-size: 1.35rem; font-variant-numeric: tabular-nums; }
   section, article { margin: 1.2rem 2rem; background: #fff; border: 1px solid #d7dce0;
                      border-radius: 6px; padding: 1rem 1.2rem; }
-  article { display: grid; grid-template-columns: 19rem repeat(auto-fit, minmax(11rem, 1fr));
+  article { display: grid; grid-template-columns: 21rem repeat(auto-fit, minmax(11rem, 1fr));
             gap: 1rem; }
   article.failed, section.failed { border-left: 5px solid #c0392b; }
   article.blank, article.dropped { border-left: 5px solid #edc948; }
@@ -53,7 +53,8 @@ std::string formatted(const char* format, double value) {
 
 std::string sizeText(uintmax_t bytes) {
     const auto value = static_cast<double>(bytes);
-    return bytes < 1000000 ? formatted("%.1f kB", value / 1e3) : formatted("%.1f MB", value / 1e6);
+    return bytes < 1000000 ? formatted("%.1f\u00a0kB", value / 1e3)
+                           : formatted("%.1f\u00a0MB", value / 1e6);
 }
 
 std::string shareText(double share) {
@@ -212,8 +213,8 @@ class Writer {
                     .lexically_normal()
                     .lexically_relative(fs::absolute(folder_.path()).lexically_normal());
             text += (text.empty() ? "" : "<br>") + std::string("<a href=\"") +
-                    escapedForLink(path.string()) + "\">" + escapedForHtml(file.name) + "</a> " +
-                    sizeText(file.bytes);
+                    escapedForLink(path.string()) + "\">" + escapedForHtml(file.name) +
+                    "</a>&ensp;" + sizeText(file.bytes);
         }
         return text;
     }
