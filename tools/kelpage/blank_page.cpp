@@ -6,6 +6,7 @@
 #include "areas_of_page.h"
 #include "holes_of_page.h"
 #include "kel_ImageBasicProcess.h"
+#include "page_work.h"
 #include "upright_page.h"
 
 namespace kelpage {
@@ -29,18 +30,19 @@ struct Inside {
 
     double pixels() const { return static_cast<double>(right - left) * (bottom - top); }
 
-    /// Calls `work` with the index of every pixel.
+    /// Calls `work` with the first index of every row, and with that behind its last.
     template <class Work>
-    void forEach(kelSize size, Work work) const {
-        for (int y = top; y < bottom; ++y)
-            for (int x = left; x < right; ++x)
-                work(static_cast<size_t>(y) * static_cast<size_t>(size.width) +
-                     static_cast<size_t>(x));
+    void forEachRow(kelSize size, Work work) const {
+        for (int y = top; y < bottom; ++y) {
+            const size_t row = static_cast<size_t>(y) * static_cast<size_t>(size.width);
+            work(row + static_cast<size_t>(left), row + static_cast<size_t>(right));
+        }
     }
 };
 
 /// Ink that stands out from the paper.
 Page clearInk(const Page& ink, const Page& page) {
+    if (isBlackAndWhite(page)) return copyOf(ink);
     Page grey = makePage(page.size, 1);
     KelColorConvert(page.samples.get(), page.size, page.channels, grey.samples.get(), page.size, 1);
     const int limit = paperLevel(grey.samples.get(), grey.size) - kContrast;
@@ -65,7 +67,10 @@ bool isHole(const kelConnectArea& area, const Holes& usual, kelSize size) {
 double countedInk(const Page& clear, const Inside& inside, const Holes& usual) {
     const Areas areas = areasOf(clear);
     std::vector<int> pixels(areas.records.size());
-    inside.forEach(clear.size, [&](size_t i) { ++pixels[static_cast<size_t>(areas.labels[i])]; });
+    inside.forEachRow(clear.size, [&](size_t begin, size_t end) {
+        for (size_t i = begin; i < end; ++i)
+            ++pixels[static_cast<size_t>(areas.labels[i])];
+    });
     double counted = 0.0;
     for (size_t i = 1; i < pixels.size(); ++i)
         if (areas.records[i].area >= kSmallestArea && !isHole(areas.records[i], usual, clear.size))
@@ -78,8 +83,12 @@ double countedInk(const Page& clear, const Inside& inside, const Holes& usual) {
 double inkShare(const Page& ink, const Page& page) {
     const Page clear = clearInk(ink, page);
     const Inside inside(ink.size);
-    double counted = 0.0;
-    inside.forEach(ink.size, [&](size_t i) { counted += clear.samples[i] & 1; });
+    size_t all = 0;
+    inside.forEachRow(ink.size, [&](size_t begin, size_t end) {
+        const unsigned char* const samples = clear.samples.get();
+        all += static_cast<size_t>(std::count(samples + begin, samples + end, 255));
+    });
+    double counted = static_cast<double>(all);
     if (counted < kSurelyInk * inside.pixels())
         counted = countedInk(clear, inside, usualHoles(page));
     return counted / std::max(inside.pixels(), 1.0);

@@ -1,5 +1,7 @@
 #include "run_jobs.h"
 
+#include <omp.h>
+
 #include <atomic>
 #include <mutex>
 #include <system_error>
@@ -46,6 +48,8 @@ class Team {
 
   private:
     void work() {
+        // The library's own teams would only wait for each other where all processors have work.
+        if (jobs_.threads > 1) omp_set_max_active_levels(0);
         while (caught == 0) {
             const size_t index = next_++;
             if (index >= jobs_.count) return;
