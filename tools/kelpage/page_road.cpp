@@ -62,10 +62,18 @@ class Road {
             return;
         }
         Settings settings = options_.method;
-        const std::string text = levelText(source, settings);
-        result_.level = text.substr(text.rfind("level ", 0) == 0 ? 6 : 0);
-        settings.invert = true;
-        ink_ = binarize(source, settings);
+        try {
+            const std::string text = levelText(source, settings);
+            result_.level = text.substr(text.rfind("level ", 0) == 0 ? 6 : 0);
+            settings.invert = true;
+            ink_ = binarize(source, settings);
+        } catch (const NoLevel&) {
+            ink_ = makePage(source.size, 1);
+            std::memset(ink_.samples.get(), 255, ink_.planeBytes());
+            if (inkShare(ink_, source) >= options_.blankInk) throw;
+            std::memset(ink_.samples.get(), 0, ink_.planeBytes());
+            result_.level = "none: the page is empty";
+        }
         ink_.xDpi = source.xDpi;
         ink_.yDpi = source.yDpi;
     }
@@ -120,7 +128,6 @@ class Road {
     void removeSpots() {
         unsigned char* const ink = ink_.samples.get();
         const int w = ink_.size.width, h = ink_.size.height;
-        if (options_.edges == EdgeWork::clear) Kel_RemoveEdgeNoise(ink, w, h, 0);
         const int least = options_.least.value_or(usualLeast(page_.colour));
         const Areas areas = areasOf(ink_);
         result_.spots = static_cast<size_t>(
@@ -129,6 +136,8 @@ class Road {
         if (result_.spots > 0) kel_del_smallspot_uc(ink, w, h, least - 1);
         result_.ink = inkShare(ink_, page_.colour);
         if (result_.ink < options_.blankInk) result_.fate = Fate::blank;
+        // Only now: a picture that touches the border is not a blank page.
+        if (options_.edges == EdgeWork::clear) Kel_RemoveEdgeNoise(ink, w, h, 0);
         page_.binary = blackOnWhite(ink_);
     }
 

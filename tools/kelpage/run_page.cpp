@@ -65,6 +65,7 @@ RunPageResult PageRunner::take(const PlannedPage& page) const {
         made.result.reason = "unexpected failure";
     }
     made.result.fate = Fate::failed;
+    made.result.outputs.clear();
     return made;
 }
 
