@@ -16,6 +16,9 @@
 namespace kelpage {
 namespace {
 
+/// Where more of a page is dark up to the border, it is a dark page.
+constexpr double kMostEdge = 0.5;
+
 /// A spot is smaller than 10 pixels of 300 dpi; at low resolutions that would be a full stop.
 int usualLeast(const Page& page) {
     const double scale = dpiOf(page) / 300.0;
@@ -92,7 +95,9 @@ class Road {
         KelSubBlackEdge(page_.colour.samples.get(), painted.samples.get(), painted.size,
                         painted.channels, false, 0, 0);
         if (isSame(painted, page_.colour)) return;
-        result_.edges = shareOf(changesBetween(page_.colour, painted));
+        const double share = shareOf(changesBetween(page_.colour, painted));
+        if (share > kMostEdge) return;
+        result_.edges = share;
         // The paint is the page's own mean, not its paper.
         if (isBilevel_)
             KelBinarizeThreshold(painted.samples.get(), painted.samples.get(), painted.size, 0, 0);
