@@ -3,16 +3,12 @@
 #include <algorithm>
 
 #include "methods.h"
+#include "upright_page.h"
 
 namespace kelpage {
 
 Page inkOf(const Page& page) {
-    const unsigned char* const end = page.samples.get() + page.planeBytes();
-    const bool isBinary =
-        page.channels == 1 &&
-        std::all_of<const unsigned char*>(page.samples.get(), end,
-                                          [](unsigned char sample) { return sample % 255 == 0; });
-    if (isBinary) return blackOnWhite(page);  // the same turn
+    if (isBlackAndWhite(page)) return blackOnWhite(page);  // the same turn
     Settings settings;
     settings.invert = true;
     Page ink = binarize(page, settings);

@@ -6,8 +6,9 @@
 #include <optional>
 
 #include "commands.h"
-#include "kel_ImageBasicProcess.h"
 #include "page_file.h"
+#include "page_options.h"
+#include "page_writer.h"
 #include "progress.h"
 
 namespace kelpage {
@@ -23,14 +24,6 @@ struct Arguments {
 
 const std::map<std::string, Compression> kCompressions = {
     {"none", Compression::none}, {"rle", Compression::rle}, {"g4", Compression::ccittFax4}};
-
-/// Two numbers with one character between them.
-bool parsePair(const std::string& text, char between, int& first, int& second) {
-    int end = 0;
-    const std::string format = std::string("%6d") + between + "%6d%n";
-    return std::sscanf(text.c_str(), format.c_str(), &first, &second, &end) == 2 &&
-           static_cast<size_t>(end) == text.size() && first >= 1 && second >= 1;
-}
 
 struct Range {
     int first = 1, last = 1;
@@ -49,13 +42,6 @@ Range rangeOf(const std::string& text) {
     return range;
 }
 
-kelSize limitOf(const std::string& text) {
-    kelSize limit{};
-    if (!parsePair(text, 'x', limit.width, limit.height) || limit.width < 2 || limit.height < 2)
-        throw CLI::ValidationError("--limit", "must be like 1000x800");
-    return limit;
-}
-
 bool isTiff(const fs::path& file) {
     return formatOf(file) == "TIFF";
 }
@@ -65,71 +51,6 @@ Compression compressionOf(const Arguments& arguments, bool isBinary) {
     if (!arguments.compression.empty()) return kCompressions.at(arguments.compression);
     return isBinary && isTiff(arguments.output) ? Compression::ccittFax4 : Compression::usual;
 }
-
-const char* nameOf(Compression compression) {
-    switch (compression) {
-        case Compression::rle:
-            return "RLE";
-        case Compression::ccittFax4:
-            return "CCITTFAX4";
-        case Compression::none:
-            return "NONE";
-        default:
-            return nullptr;
-    }
-}
-
-Page greyOf(const Page& page) {
-    Page grey = makePage(page.size, 1);
-    KelColorConvert(page.samples.get(), page.size, page.channels, grey.samples.get(), page.size, 1);
-    return grey;
-}
-
-/// A file with resolution and quality, which the library's plain saver does not write, and with
-/// several pages for TIFF.
-class Writer {
-  public:
-    Writer(fs::path path, int quality)
-        : path_(std::move(path)), format_(formatOf(path_)), quality_(quality) {}
-
-    void add(const Page& page, Compression compression) {
-        if (file_ == nullptr) create();
-        setResolution(page);
-        if (imFileSetInfo(file_.get(), nameOf(compression)) != IM_ERR_NONE)
-            throw FileError("its format does not have this compression");
-        // The run-length form of BMP takes one plane.
-        const bool turnsGrey =
-            format_ == "BMP" && compression == Compression::rle && page.channels == 3;
-        const ToolkitImage image = turnsGrey ? toToolkit(greyOf(page)) : toToolkit(page);
-        if (imFileSaveImage(file_.get(), image.get()) != IM_ERR_NONE)
-            throw FileError("cannot be written");
-    }
-
-    void finish() {
-        if (file_ == nullptr || imFileFinish(file_.get()) != IM_ERR_NONE)
-            throw FileError("cannot be written");
-    }
-
-  private:
-    void create() {
-        file_.reset(imFileNew(path_.c_str(), format_.c_str(), nullptr));
-        if (file_ == nullptr) throw FileError("cannot be written");
-        imFileSetAttribute(file_.get(), "JPEGQuality", IM_INT, 1, &quality_);
-    }
-
-    void setResolution(const Page& page) {
-        const bool isKnown = page.xDpi > 0.0 && page.yDpi > 0.0;
-        const auto x = static_cast<float>(page.xDpi), y = static_cast<float>(page.yDpi);
-        imFileSetAttribute(file_.get(), "ResolutionUnit", IM_BYTE, 4, isKnown ? "DPI" : nullptr);
-        imFileSetAttribute(file_.get(), "XResolution", IM_FLOAT, 1, isKnown ? &x : nullptr);
-        imFileSetAttribute(file_.get(), "YResolution", IM_FLOAT, 1, isKnown ? &y : nullptr);
-    }
-
-    fs::path path_;
-    std::string format_;
-    int quality_;
-    ToolkitFile file_;
-};
 
 /// "out.png" for a single page, else "out-3.png".
 fs::path numberedName(const fs::path& output, int number, bool isOnly) {
@@ -146,7 +67,7 @@ void convert(const Arguments& arguments, Range range, kelSize limit, fs::path& a
     if (arguments.pages.empty()) range.last = count;
     if (range.last > count)
         throw FileError("has " + std::to_string(count) + (count == 1 ? " page" : " pages"));
-    std::optional<Writer> writer;
+    std::optional<PageWriter> writer;
     Progress progress(static_cast<size_t>(range.last - range.first + 1));
     for (int number = range.first; number <= range.last; ++number) {
         progress.show("page " + std::to_string(number));

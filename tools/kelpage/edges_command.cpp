@@ -1,8 +1,8 @@
 // kelpage edges: pages without the dark edges of scanners.
-#include <cstring>
 #include <memory>
 
 #include "commands.h"
+#include "holes_of_page.h"
 #include "kel_ImageBasicProcess.h"
 #include "page_work.h"
 
@@ -17,18 +17,6 @@ struct Arguments {
     int keep = -1;
 };
 
-/// Pixels that differ in any plane.
-size_t changedPixels(const Page& a, const Page& b) {
-    size_t changed = 0;
-    for (size_t i = 0; i < a.planeBytes(); ++i) {
-        bool differs = false;
-        for (size_t c = 0; c < static_cast<size_t>(a.channels); ++c)
-            differs |= a.samples[c * a.planeBytes() + i] != b.samples[c * a.planeBytes() + i];
-        changed += differs ? 1 : 0;
-    }
-    return changed;
-}
-
 Outcome removeEdges(Page page, const Arguments& arguments) {
     Outcome outcome;
     outcome.after = copyOf(page);
@@ -42,7 +30,8 @@ Outcome removeEdges(Page page, const Arguments& arguments) {
     else
         (arguments.thin ? KelSubBlackEdge1 : KelSubBlackEdge)(src, dst, page.size, page.channels,
                                                               keep >= 0, keep, keep);
-    outcome.facts = std::to_string(changedPixels(page, outcome.after)) + " of " +
+    const Page changes = changesBetween(page, outcome.after);
+    outcome.facts = std::to_string(KelCalArea(changes.samples.get(), changes.size)) + " of " +
                     std::to_string(page.planeBytes()) + " pixels painted over";
     outcome.before = std::move(page);
     return outcome;

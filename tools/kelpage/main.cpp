@@ -34,6 +34,7 @@ int run(int argc, char** argv) {
     kelpage::addProfile(app, status);
     kelpage::addResize(app, status);
     kelpage::addRoad(app, status);
+    kelpage::addRun(app, status);
     kelpage::addRotate(app, status);
     kelpage::addSeal(app, status);
     kelpage::addSheet(app, status);

@@ -184,7 +184,7 @@ Page binarize(const Page& source, const Settings& settings) {
     const int code = KelBinarizeImage(source.samples.get(), source.channels, result.samples.get(),
                                       source.size, isOpp ? 1 : 0, settings.method, settings.thres,
                                       settings.blockSize, settings.param1);
-    if (code != 0) throw FileError("cannot be binarized (code " + std::to_string(code) + ")");
+    if (code != 0) throw FileError("cannot be binarized (code " + std::to_string(code) + ")", code);
     return result;
 }
 

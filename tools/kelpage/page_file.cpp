@@ -11,19 +11,25 @@ namespace kelpage {
 namespace {
 
 constexpr double kCentimetresPerInch = 2.54;
+// Results of the library's loaders.
+constexpr int kNotOpened = 1, kNoSuchPage = 3, kNotDecoded = 5, kNotSupported = 7;
 constexpr int kNoLimit = -100, kLimitGiven = -10;  // what the loader takes for `channels`
 
 /// What a loader's result means to a person.
-std::string loadErrorText(int result) {
+const char* loadErrorText(int result) {
     switch (result) {
-        case 1:
+        case kNotOpened:
             return "not an image, or damaged";
         case 6:
-        case 7:
+        case kNotSupported:
             return "is of a kind that is not supported, or too large";
         default:
             return "damaged: it cannot be decoded";
     }
+}
+
+FileError loadError(int result) {
+    return FileError(loadErrorText(result), result);
 }
 
 const char* kindOf(int colorSpace) {
@@ -44,12 +50,12 @@ const char* kindOf(int colorSpace) {
 ToolkitFile open(const fs::path& path) {
     std::error_code error;
     const fs::file_status status = fs::status(path, error);
-    if (status.type() == fs::file_type::not_found) throw FileError("no such file");
-    if (fs::is_directory(status)) throw FileError("is a folder");
+    if (status.type() == fs::file_type::not_found) throw FileError("no such file", kNotOpened);
+    if (fs::is_directory(status)) throw FileError("is a folder", kNotOpened);
     if (error || !fs::is_regular_file(status) || !std::ifstream(path))
-        throw FileError("cannot be opened for reading");
+        throw FileError("cannot be opened for reading", kNotOpened);
     ToolkitFile file(imFileOpen(path.c_str(), nullptr));
-    if (file == nullptr) throw FileError("not an image, or damaged");
+    if (file == nullptr) throw loadError(kNotOpened);
     return file;
 }
 
@@ -79,7 +85,7 @@ Page loadFirst(const fs::path& path, kelSize limit) {
     const int result = Kel_LoadImageFile2BufferRParam(path.c_str(), &samples, &page.size.width,
                                                       &page.size.height, &page.channels, format,
                                                       compression, &rate, &page.xDpi, &page.yDpi);
-    if (result != 0) throw FileError(loadErrorText(result));
+    if (result != 0) throw loadError(result);
     page.samples.reset(samples);
     return page;
 }
@@ -100,14 +106,14 @@ ToolkitImage narrowed(const imImage& wide) {
 /// A page that the library's loader does not give whole: a later one, or one of wide samples.
 Page loadByToolkit(imFile* file, int number) {
     ToolkitImage image(imFileLoadImage(file, number - 1, nullptr));
-    if (image == nullptr) throw FileError(loadErrorText(5));
+    if (image == nullptr) throw loadError(kNotDecoded);
     if (image->data_type == IM_USHORT) image = narrowed(*image);
-    if (image->data_type != IM_BYTE) throw FileError(loadErrorText(7));
+    if (image->data_type != IM_BYTE) throw loadError(kNotSupported);
     if (image->depth != 1 || image->color_space == IM_MAP) {
         ToolkitImage rgb(imImageCreate(image->width, image->height, IM_RGB, IM_BYTE));
         if (rgb == nullptr) throw std::bad_alloc();
         if (imConvertColorSpace(image.get(), rgb.get()) != IM_ERR_NONE)
-            throw FileError(loadErrorText(7));
+            throw loadError(kNotSupported);
         image = std::move(rgb);
     }
     Page page = makePage({image->width, image->height}, image->depth);
@@ -132,13 +138,14 @@ PageFile::PageFile(fs::path path) : path_(std::move(path)), file_(open(path_)) {
 }
 
 PageFacts PageFile::facts(int number) {
-    if (number < 1 || number > pageCount_) throw FileError("has no such page");
+    if (number < 1 || number > pageCount_) throw FileError("has no such page", kNoSuchPage);
     PageFacts page;
     int mode = 0;
     imFile* const file = file_.get();
     if (imFileReadImageInfo(file, number - 1, &page.size.width, &page.size.height, &mode,
                             &page.sampleType) != IM_ERR_NONE)
-        throw FileError("page " + std::to_string(number) + " is damaged or not supported");
+        throw FileError("page " + std::to_string(number) + " is damaged or not supported",
+                        kNotDecoded);
     char compression[20] = "";
     imFileGetInfo(file, nullptr, compression, nullptr);
     page.colorSpace = mode & 0xff;

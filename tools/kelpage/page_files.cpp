@@ -75,7 +75,7 @@ void savePage(const Page& page, const fs::path& file, const std::vector<fs::path
                                            file.c_str(), "PNM", type)
                            : Kel_SaveImage_DT(page.samples.get(), width, height, page.channels,
                                               file.c_str(), type);
-    if (result != 0) throw FileError(saveErrorText(result));
+    if (result != 0) throw FileError(saveErrorText(result), result);
 }
 
 void requireWritableName(const fs::path& file, const std::vector<fs::path>& inputs) {

@@ -17,7 +17,14 @@ namespace fs = std::filesystem;
 /// What is wrong with a file, in one line without its name.
 class FileError : public std::runtime_error {
   public:
-    using std::runtime_error::runtime_error;
+    /// @param code result of the library's call that failed; 0 where none did
+    explicit FileError(const std::string& text, int code = 0)
+        : std::runtime_error(text), code_(code) {}
+
+    int code() const { return code_; }
+
+  private:
+    int code_;
 };
 
 struct ReleaseSamples {

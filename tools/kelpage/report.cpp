@@ -5,42 +5,10 @@
 #include <fstream>
 #include <sstream>
 
+#include "plain_text.h"
+
 namespace kelpage {
 namespace {
-
-std::string escaped(const std::string& text) {
-    std::string out;
-    for (char c : text) {
-        switch (c) {
-            case '&':
-                out += "&amp;";
-                break;
-            case '<':
-                out += "&lt;";
-                break;
-            case '>':
-                out += "&gt;";
-                break;
-            case '"':
-                out += "&quot;";
-                break;
-            default:
-                out += c;
-        }
-    }
-    return out;
-}
-
-/// A file name that a browser takes as it is.
-std::string safeName(const std::string& name) {
-    std::string out;
-    for (char c : name) {
-        const bool plain = (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') ||
-                           (c >= 'A' && c <= 'Z') || c == '-' || c == '_' || c == '.';
-        out += plain ? c : '_';
-    }
-    return out;
-}
 
 const char* const kStyle = R"(
   body { font: 15px/1.45 system-ui, sans-serif; margin: 0; background: #eef0f2; color: #1c2329; }
@@ -71,19 +39,20 @@ std::string html(const std::vector<Row>& rows, const std::string& title, const s
         << " Times are the shortest of " << kTimedRuns
         << " runs. Select a picture to see it in full size.</p></header>\n";
     for (const Row& row : rows) {
-        out << "<section>\n<h2>" << escaped(row.name) << "<small>" << escaped(row.facts)
-            << "</small></h2>\n<div class=\"cells\">\n";
+        out << "<section>\n<h2>" << escapedForHtml(row.name) << "<small>"
+            << escapedForHtml(row.facts) << "</small></h2>\n<div class=\"cells\">\n";
         for (const Cell& cell : row.cells) {
             if (cell.picture.empty()) {
-                out << "<figure><figcaption><b>" << escaped(cell.title) << "</b><span>"
-                    << escaped(cell.detail) << "</span></figcaption></figure>\n";
+                out << "<figure><figcaption><b>" << escapedForHtml(cell.title) << "</b><span>"
+                    << escapedForHtml(cell.detail) << "</span></figcaption></figure>\n";
                 continue;
             }
             out << "<figure><a class=\"frame\" style=\"aspect-ratio: " << row.size.width << " / "
                 << row.size.height << "\" href=\"" << cell.picture << "\"><img loading=\"lazy\" "
-                << "src=\"" << cell.picture << "\" alt=\"" << escaped(row.name + ", " + cell.title)
+                << "src=\"" << cell.picture << "\" alt=\""
+                << escapedForHtml(row.name + ", " + cell.title)
                 << "\"></a>\n<figcaption><span class=\"time\">" << cell.time << "</span><b>"
-                << escaped(cell.title) << "</b><span>" << escaped(cell.detail)
+                << escapedForHtml(cell.title) << "</b><span>" << escapedForHtml(cell.detail)
                 << "</span></figcaption></figure>\n";
         }
         out << "</div>\n</section>\n";

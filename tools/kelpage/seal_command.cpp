@@ -4,11 +4,12 @@
 #include <exception>
 #include <memory>
 
+#include "areas_of_page.h"
 #include "commands.h"
-#include "kel_ImageBasicProcess.h"
 #include "kel_segment.h"
 #include "page_files.h"
 #include "report.h"
+#include "seal_of_page.h"
 
 namespace kelpage {
 namespace {
@@ -17,61 +18,6 @@ struct Arguments {
     std::string input, output, config, without, report;
     std::string colour = "red";
 };
-
-kelHSVSegConfig settingsOf(const Arguments& arguments) {
-    kelHSVSegConfig config{};
-    switch (KelReadHSVSegmentConfig(arguments.config.c_str(), &config,
-                                    arguments.colour == "blue" ? 1 : 0)) {
-        case 0:
-            return config;
-        case 1:
-            throw FileError("no such configuration file");
-        default:
-            throw FileError("not all keys for a " + arguments.colour + " seal");
-    }
-}
-
-/// Marks within two rows and columns of others.
-std::vector<unsigned char> widened(const Page& mask) {
-    const int width = mask.size.width, height = mask.size.height;
-    std::vector<unsigned char> wide(mask.planeBytes());
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x) {
-            if (mask.samples[static_cast<size_t>(y) * static_cast<size_t>(width) +
-                             static_cast<size_t>(x)] == 0)
-                continue;
-            for (int row = std::max(y - 2, 0); row <= std::min(y + 2, height - 1); ++row)
-                std::fill(wide.begin() + ptrdiff_t{row} * width + std::max(x - 2, 0),
-                          wide.begin() + ptrdiff_t{row} * width + std::min(x + 3, width),
-                          static_cast<unsigned char>(255));
-        }
-    return wide;
-}
-
-/// White where the seal is, and where the rim of its strokes fades into the paper.
-Page withoutSeal(const Page& page, const Page& mask) {
-    constexpr int kFaintChroma = 8, kFaintLevel = 120;
-    Page out = makePage(page.size, page.channels);
-    const size_t bytes = page.planeBytes();
-    std::copy_n(page.samples.get(), 3 * bytes, out.samples.get());
-    const std::vector<unsigned char> near = widened(mask);
-    for (size_t i = 0; i < bytes; ++i) {
-        const auto [least, most] =
-            std::minmax({out.samples[i], out.samples[bytes + i], out.samples[2 * bytes + i]});
-        const bool faint = near[i] != 0 && most - least >= kFaintChroma && least >= kFaintLevel;
-        if (mask.samples[i] == 0 && !faint) continue;
-        for (size_t c = 0; c < 3; ++c)
-            out.samples[c * bytes + i] = 255;
-    }
-    return out;
-}
-
-/// Black on white, as ink is elsewhere.
-Page inkOf(const Page& mask) {
-    Page ink = makePage(mask.size, 1);
-    KelBinarizeThreshold(mask.samples.get(), ink.samples.get(), mask.size, 127, 1);
-    return ink;
-}
 
 void show(const Arguments& arguments, const Page& page, const Page& ink, const Page& rest,
           const std::string& share, const std::string& time) {
@@ -94,7 +40,7 @@ void segment(const Arguments& arguments, kelHSVSegConfig& config, fs::path& atFa
     const std::string time = timed([&] {
         KelSegementImage_hsv_param(page.samples.get(), page.size, mask.samples.get(), &config);
     });
-    const Page ink = inkOf(mask);
+    const Page ink = blackOnWhite(mask);
     const Page rest = withoutSeal(page, mask);
     const std::vector<fs::path> inputs = {arguments.input, arguments.config};
     atFault = arguments.output;
@@ -119,7 +65,7 @@ void segment(const Arguments& arguments, kelHSVSegConfig& config, fs::path& atFa
 int run(const Arguments& arguments) {
     fs::path atFault = arguments.config;
     try {
-        kelHSVSegConfig config = settingsOf(arguments);
+        kelHSVSegConfig config = sealSettings(arguments.config, arguments.colour);
         atFault = arguments.input;
         segment(arguments, config, atFault);
     } catch (const std::exception& error) {

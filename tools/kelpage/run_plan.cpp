@@ -1,0 +1,73 @@
+#include "run_plan.h"
+
+#include <algorithm>
+#include <set>
+
+#include "page_file.h"
+
+namespace kelpage {
+namespace {
+
+int pagesOf(const fs::path& file) {
+    try {
+        return std::max(1, PageFile(file).pageCount());
+    } catch (const FileError&) {
+        return 1;  // said when its turn comes
+    }
+}
+
+/// "scan-007" of 120 pages.
+std::string numberedName(const std::string& base, int number, int count) {
+    if (count == 1) return base;
+    const std::string digits = std::to_string(number);
+    return base + "-" + std::string(std::to_string(count).size() - digits.size(), '0') + digits;
+}
+
+/// Names that are taken, with their suffixes.
+class Names {
+  public:
+    explicit Names(const std::vector<std::string>& suffixes) : suffixes_(suffixes) {}
+
+    std::string take(const std::string& wanted) {
+        std::string name = wanted;
+        for (int n = 2; !isFree(name); ++n)
+            name = wanted + "-" + std::to_string(n);
+        taken_.insert(name);
+        for (const std::string& suffix : suffixes_)
+            taken_.insert(name + suffix);
+        return name;
+    }
+
+  private:
+    bool isFree(const std::string& name) const {
+        return taken_.count(name) == 0 &&
+               std::none_of(suffixes_.begin(), suffixes_.end(),
+                            [&](const std::string& s) { return taken_.count(name + s) > 0; });
+    }
+
+    const std::vector<std::string>& suffixes_;
+    std::set<std::string> taken_;
+};
+
+}  // namespace
+
+std::string PlannedPage::title() const {
+    const std::string shown = file.filename().string();
+    return pageCount == 1 ? shown : shown + ", page " + std::to_string(number);
+}
+
+std::vector<PlannedPage> planPages(const std::vector<fs::path>& files,
+                                   const std::vector<std::string>& suffixes) {
+    const std::vector<fs::path> bases = resultNames(files, "", "");
+    Names names(suffixes);
+    std::vector<PlannedPage> pages;
+    for (size_t i = 0; i < files.size(); ++i) {
+        const int count = pagesOf(files[i]);
+        for (int number = 1; number <= count; ++number)
+            pages.push_back({files[i], number, count,
+                             names.take(numberedName(bases[i].string(), number, count))});
+    }
+    return pages;
+}
+
+}  // namespace kelpage
