@@ -271,7 +271,7 @@ void addBinaryRows(const PageSet& page) {
             cv::Mat out = b.out();
             cv::morphologyEx(b.in(), out, cv::MORPH_OPEN, element);
         },
-        0.8, sameAsPeer);
+        1.0, sameAsPeer);
     const auto edges = std::make_shared<Bench>(page.name + " binary", page.size, ink, page.area());
     add(
         edges, "kel_Cal_EdgeImage",
