@@ -7,6 +7,7 @@
 
 #include "histogram.h"
 #include "kel_ImageBasicProcess.h"
+#include "kel_ImageBasicProcess_iterate.h"
 #include "kernels/row_kernels.h"
 #include "local_threshold.h"
 #include "plane_view.h"
@@ -106,11 +107,13 @@ unsigned char scaledLevel(unsigned char level, double ratio) {
 
 /// Compares with the one level where a sample isn't above its local threshold, with the other
 /// elsewhere. The local threshold costs most, and matters only to samples between the levels: rows
-/// without any go without it.
+/// without any go without it, as do samples that are ignored.
 class TwoLevels {
   public:
-    TwoLevels(unsigned char* src, kelSize size, unsigned char low, unsigned char high)
+    TwoLevels(unsigned char* src, kelSize size, unsigned char low, unsigned char high,
+              const unsigned char* ignored)
         : src_(constPlaneOf(src, size, 0)),
+          ignored_(ignored),
           local_(src, size, cv::THRESH_BINARY, kLocalBlock, 0.0),
           low_(low),
           high_(high) {}
@@ -136,21 +139,46 @@ class TwoLevels {
     }
 
   private:
-    /// True when no sample of the row lies between the levels.
+    /// True when no sample of the row that counts lies between the levels.
     bool isClear(int y) const {
         const unsigned char* const row = src_.row(y);
+        const unsigned char* const ignored =
+            ignored_ != nullptr ? ignored_ + y * src_.strideBytes : nullptr;
         const auto start = static_cast<unsigned char>(std::min(low_, high_) + 1);
         const auto count = static_cast<unsigned char>(std::abs(high_ - low_));
         unsigned char any = 0;
-        for (int x = 0; x < src_.width; ++x)
-            any |= static_cast<unsigned char>(row[x] - start) < count ? 1 : 0;
+        const auto isBetween = [=](int x) -> unsigned char {
+            return static_cast<unsigned char>(row[x] - start) < count ? 255 : 0;
+        };
+        if (ignored == nullptr) {
+            for (int x = 0; x < src_.width; ++x)
+                any |= isBetween(x);
+        } else {
+            for (int x = 0; x < src_.width; ++x)
+                any |= static_cast<unsigned char>(isBetween(x) & ~ignored[x]);
+        }
         return any == 0;
     }
 
     ConstPlaneView src_;
+    const unsigned char* ignored_;
     LocalThreshold local_;
     unsigned char low_, high_;
 };
+
+void compareTwoLevels(unsigned char* src, unsigned char* dst, kelSize size, unsigned char thres,
+                      double lowRatio, double highRatio, const unsigned char* ignored) {
+    if (isEmpty(size)) return;
+    const auto bytes = static_cast<size_t>(planeStep(size));
+    if (size.width < 3 || size.height < 3) {
+        thresholdSamples(src, dst, bytes, thres, 0);
+        return;
+    }
+    TwoLevels levels(src, size, scaledLevel(thres, lowRatio), scaledLevel(thres, highRatio),
+                     ignored);
+    fillByBands(size, levels.bandRows(), dst, overlaps(src, bytes, dst, bytes),
+                [&](int first, int end, auto* out) { levels.compute(first, end, out); });
+}
 
 }  // namespace
 
@@ -196,20 +224,21 @@ int KelBinarize_qifa(unsigned char* src, kelSize size, unsigned char* dst, unsig
 int KelBinarize_qifa_WholeAndPart(unsigned char* src, kelSize size, unsigned char* dst,
                                   unsigned char& thres, int offset, int minThres, double lowRatio,
                                   double highRatio) {
+    return binarizeWholeAndPart(src, size, dst, thres, offset, minThres, lowRatio, highRatio,
+                                nullptr);
+}
+
+int kel::detail::binarizeWholeAndPart(unsigned char* src, kelSize size, unsigned char* dst,
+                                      unsigned char& thres, int offset, int minThres,
+                                      double lowRatio, double highRatio,
+                                      const unsigned char* ignored) {
     if (!findLevel(src, size, thres, offset, minThres)) return -1;
-    return KelBinarizeThreshold_WholeAndPart(src, dst, size, thres, lowRatio, highRatio);
+    compareTwoLevels(src, dst, size, thres, lowRatio, highRatio, ignored);
+    return 0;
 }
 
 int KelBinarizeThreshold_WholeAndPart(unsigned char* src, unsigned char* dst, kelSize size,
                                       unsigned char thres, double lowRatio, double highRatio) {
-    if (isEmpty(size)) return 0;
-    const auto bytes = static_cast<size_t>(planeStep(size));
-    if (size.width < 3 || size.height < 3) {
-        thresholdSamples(src, dst, bytes, thres, 0);
-        return 0;
-    }
-    TwoLevels levels(src, size, scaledLevel(thres, lowRatio), scaledLevel(thres, highRatio));
-    fillByBands(size, levels.bandRows(), dst, overlaps(src, bytes, dst, bytes),
-                [&](int first, int end, auto* out) { levels.compute(first, end, out); });
+    compareTwoLevels(src, dst, size, thres, lowRatio, highRatio, nullptr);
     return 0;
 }

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "kel_ImageBasicProcess.h"
+#include "kel_ImageBasicProcess_iterate.h"
 #include "kel_segment.h"
 #include "kel_segment_internal.h"
 #include "kernels/row_kernels.h"
@@ -96,15 +97,13 @@ void addLocally(const SealPage& page, WorkPlane& map, int level, int blockWidth,
     unite(page.dst, part.data(), page.bytes());
 }
 
-/// Clears the mask where `neutral` is set, and where the focus plane isn't above `level`.
-void keepFocused(unsigned char* mask, const unsigned char* neutral, const unsigned char* focus,
-                 size_t count, int level) {
-    const auto above = static_cast<unsigned char>(std::clamp(level, 0, 255));
-    const unsigned char all = level < 0 ? 255 : 0;
-    for (size_t i = 0; i < count; ++i) {
-        const auto focused = static_cast<unsigned char>((focus[i] > above ? 255 : 0) | all);
-        mask[i] = static_cast<unsigned char>(mask[i] & ~neutral[i] & focused);
-    }
+/// Marks in `excluded` what isn't above `level` in the focus plane, too.
+void excludeUnfocused(unsigned char* excluded, const unsigned char* focus, size_t count,
+                      int level) {
+    if (level < 0) return;
+    const auto above = static_cast<unsigned char>(std::min(level, 255));
+    for (size_t i = 0; i < count; ++i)
+        excluded[i] = static_cast<unsigned char>(excluded[i] | (focus[i] > above ? 0 : 255));
 }
 
 }  // namespace
@@ -134,20 +133,24 @@ void KelSegementImage_hsv_param(unsigned char* src, kelSize size, unsigned char*
     const SealPage page{src, size, dst, c.percentage, range};
     const double lowRatio = c.thresError01 / 1000 * 0.01;
     const double highRatio = c.thresError01 % 1000 * 0.01;
-    unsigned char level = 0;
-    WorkPlane work(page.bytes());
-    const auto binarize = [&](unsigned char* grey, unsigned char* mask) {
-        return KelBinarize_qifa_WholeAndPart(grey, size, mask, level, c.thresError,
-                                             c.binaryThresAffMin, lowRatio, highRatio);
-    };
-    if (!runPasses(page, work, c.binaryThresAffMin, binarize)) return;
-
-    Kel_GenerateBlackWhiteMask(src, size, work.data(), c.greyAverThres, c.greyErrMaxThres,
+    // What goes from the mask is known beforehand, and spares the passes their local thresholds.
+    WorkPlane excluded(page.bytes());
+    Kel_GenerateBlackWhiteMask(src, size, excluded.data(), c.greyAverThres, c.greyErrMaxThres,
                                c.colorMaxThres, c.colorMinThres);
     const int middle = range.middle();
     const bool isBlue = middle >= 181 && middle <= 299;
     const unsigned char* const focus = constPlaneOf(src, size, isBlue ? 2 : 0).data;
-    keepFocused(dst, work.data(), focus, page.bytes(), c.focusColorThres);
+    excludeUnfocused(excluded.data(), focus, page.bytes(), c.focusColorThres);
+
+    unsigned char level = 0;
+    WorkPlane best(page.bytes());
+    const auto binarize = [&](unsigned char* grey, unsigned char* mask) {
+        return binarizeWholeAndPart(grey, size, mask, level, c.thresError, c.binaryThresAffMin,
+                                    lowRatio, highRatio, excluded.data());
+    };
+    if (!runPasses(page, best, c.binaryThresAffMin, binarize)) return;
+    for (size_t i = 0; i < page.bytes(); ++i)
+        dst[i] = static_cast<unsigned char>(dst[i] & ~excluded[i]);
 }
 
 void Kel_GenerateBlackWhiteMask(unsigned char* src, kelSize size, unsigned char* mask, int greyAver,
