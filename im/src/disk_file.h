@@ -12,8 +12,8 @@ namespace im {
 std::unique_ptr<BinaryFile> openDiskFile(const char* path);
 
 /// Null when `path` could not be written, or is there and no regular file. A file that is there
-/// keeps its permissions. One that has other names, that is another user's, or whose folder can't be
-/// written, is written over in the end, so that a failing disk may still spoil it.
+/// keeps its permissions. One that has other names, that is another user's, or whose folder can't
+/// be written, is written over in the end, so that a failing disk may still spoil it.
 std::unique_ptr<BinaryFile> createDiskFile(const char* path);
 
 }  // namespace im
