@@ -5,7 +5,21 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cmath>
+#include <string>
+
 namespace kelpage {
+
+/// Refuses "nan", which compares with no bound and so passes CLI::Range().
+inline CLI::Validator notNan() {
+    return CLI::Validator(
+        [](const std::string& text) {
+            double value = 0.0;
+            const bool isNan = CLI::detail::lexical_cast(text, value) && std::isnan(value);
+            return std::string(isNan ? "is not a number" : "");
+        },
+        "");
+}
 
 void addAmount(CLI::App& app, int& status);
 void addAreas(CLI::App& app, int& status);

@@ -75,7 +75,8 @@ void addResize(CLI::App& app, int& status) {
     addFileOptions(*command, arguments->pages.batch);
     CLI::Option* const scale =
         command->add_option("-s,--scale", arguments->scale, "Factor, such as 0.5")
-            ->check(CLI::Range(0.001, 100.0));
+            ->check(CLI::Range(0.001, 100.0))
+            ->check(notNan());
     command->add_option("-z,--size", arguments->size, "Width and height, such as 1240x1754")
         ->delimiter('x')
         ->type_name("WxH")

@@ -70,7 +70,8 @@ void addRotate(CLI::App& app, int& status) {
                      "Degrees clockwise; multiples of 90 turn exactly, others about the centre "
                      "within the page's size")
         ->required()
-        ->check(CLI::Range(-360.0, 360.0));
+        ->check(CLI::Range(-360.0, 360.0))
+        ->check(notNan());
     addReportOption(*command, arguments->pages);
     command->callback([arguments, &status] {
         status = takeEach(arguments->pages, "Pages turned",
