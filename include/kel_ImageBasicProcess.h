@@ -350,14 +350,16 @@ enum {
 ///                 to 8
 /// @param channels 1 or 3. Methods 6 to 8 change nothing for another count, or a null pointer or a
 ///                 size below 1; method 5 takes any count but 1 for three planes
-/// @return 0; -1 when the source and -2 when the result could not be converted for OpenCV
+/// @return 0; -1 when the source and -2 when the result could not be converted for OpenCV, such as
+///         a null pointer
 /// @throws cv::Exception from OpenCV's methods, for sizes below 1
 KEL_API int KelResizeImage(unsigned char* src, kelSize srcSize, unsigned char* dst, kelSize dstSize,
                            int channels, int method);
 
 /// @}
 /// @name Rotation
-/// Angles are in degrees. All planes have the image's size; rows have no padding.
+/// Angles are in degrees. All planes have the image's size; rows have no padding. Without an image,
+/// a null pointer or a size below 1, the exact turns do nothing.
 /// @{
 
 /// Turns a point about the image's centre, anticlockwise for positive angles: it gives where a

@@ -114,6 +114,16 @@ struct RowKernels {
     void (*blendSamples)(const uint8_t* const rows[4], const double* fx, double fy, uint8_t* out,
                          size_t count);
 
+    /// Bilinear sums in fixed point: out[i] = left[i] * weights[2 i] + right[i] * weights[2 i + 1],
+    /// shifted by 4. Weights are 0 to 2048, and two of them add up to 2049 at most. No overlap.
+    void (*weighPairsFixed)(const uint8_t* left, const uint8_t* right, const int16_t* weights,
+                            int16_t* out, size_t count);
+
+    /// Their second half, of two such rows: each times its weight and shifted by 16, the sum
+    /// shifted by 2 and rounded. No overlap.
+    void (*blendFixed)(const int16_t* above, const int16_t* below, const int16_t* weights,
+                       uint8_t* out, size_t count);
+
     /// out[i] = in[count - 1 - i]. No overlap.
     void (*reverseBytes)(const uint8_t* in, uint8_t* out, size_t count);
 

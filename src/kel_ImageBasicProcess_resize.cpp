@@ -9,6 +9,7 @@
 #include "kel_ResizeImage_BFast.h"
 #include "kel_cv.h"
 #include "plane_view.h"
+#include "resize_linear.h"
 #include "sizes.h"
 
 using namespace kel::detail;
@@ -67,13 +68,6 @@ int resizePlanes(unsigned char* src, kelSize srcSize, unsigned char* dst, kelSiz
     return 0;
 }
 
-/// Whether planes are the quicker way: areas of colour pixels are not, but for 2 by 2.
-bool goesByPlanes(kelSize srcSize, kelSize dstSize, int channels, int interpolation) {
-    return channels == 1 || interpolation == CV_INTER_LINEAR ||
-           (interpolation == CV_INTER_AREA && srcSize.width == 2 * int64_t{dstSize.width} &&
-            srcSize.height == 2 * int64_t{dstSize.height});
-}
-
 int resizePixels(unsigned char* src, kelSize srcSize, unsigned char* dst, kelSize dstSize,
                  int channels, int interpolation) {
     const IplImageHandle from = makeIplImage(srcSize.width, srcSize.height, channels);
@@ -83,12 +77,55 @@ int resizePixels(unsigned char* src, kelSize srcSize, unsigned char* dst, kelSiz
     return KelGetIplImage(to.get(), dst) != 0 ? -2 : 0;
 }
 
+/// Bilinear interpolation, and areas of 2 by 2, by our own loops. False, with nothing done, where
+/// these do not apply.
+bool resizeLinear(unsigned char* src, kelSize srcSize, unsigned char* dst, kelSize dstSize,
+                  int channels, int interpolation) {
+    const bool isHalf = isTwice(srcSize, dstSize);
+    if (interpolation != CV_INTER_LINEAR && !(interpolation == CV_INTER_AREA && isHalf))
+        return false;
+    if (isHalf) {
+        halvePlanes(src, srcSize, dst, dstSize, channels);
+        return true;
+    }
+    const bool isCopy = srcSize.width == dstSize.width && srcSize.height == dstSize.height;
+    if (isCopy || srcSize.width < 2) return false;
+    resizePlanesLinear(src, srcSize, dst, dstSize, channels);
+    return true;
+}
+
+/// Some builds of OpenCV leave bilinear interpolation to other libraries, which round otherwise:
+/// this one is asked once, with a few small images.
+bool roundsAsWeDo() {
+    static const bool answer = [] {
+        constexpr kelSize from = {62, 38};
+        std::vector<unsigned char> samples(3 * 62 * 38);
+        for (size_t i = 0; i < samples.size(); ++i)
+            samples[i] = static_cast<unsigned char>(i * i / 7 + i);
+        for (const kelSize to : {kelSize{47, 29}, kelSize{31, 19}, kelSize{151, 90}})
+            for (const int channels : {1, 3}) {
+                std::vector<unsigned char> theirs(static_cast<size_t>(planeStep(to) * channels));
+                std::vector<unsigned char> ours(theirs.size());
+                resizePixels(samples.data(), from, theirs.data(), to, channels, CV_INTER_LINEAR);
+                resizeLinear(samples.data(), from, ours.data(), to, channels, CV_INTER_LINEAR);
+                if (ours != theirs) return false;
+            }
+        return true;
+    }();
+    return answer;
+}
+
 int resizeByOpenCv(unsigned char* src, kelSize srcSize, unsigned char* dst, kelSize dstSize,
                    int channels, int interpolation) {
+    if (!src) return -1;
+    if (!dst) return -2;
     if ((channels == 1 || channels == 3) && areApart(src, srcSize, dst, dstSize, channels)) {
         if (interpolation == CV_INTER_NN)
             return resizeNearest(src, srcSize, dst, dstSize, channels);
-        if (goesByPlanes(srcSize, dstSize, channels, interpolation))
+        if (roundsAsWeDo() && resizeLinear(src, srcSize, dst, dstSize, channels, interpolation))
+            return 0;
+        // Areas of colour pixels are quicker to come by together.
+        if (channels == 1 || interpolation == CV_INTER_LINEAR)
             return resizePlanes(src, srcSize, dst, dstSize, channels, interpolation);
     }
     return resizePixels(src, srcSize, dst, dstSize, channels, interpolation);

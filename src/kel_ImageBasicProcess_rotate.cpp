@@ -81,7 +81,7 @@ void reverseInPlace(unsigned char* samples, size_t count) {
 /// A quarter turn of each plane. Target pixels that have no source stay as they were.
 void quarterTurn(const unsigned char* src, kelSize srcSize, int channels, unsigned char* dst,
                  kelSize dstSize, bool clockwise) {
-    if (isEmpty(srcSize) || isEmpty(dstSize)) return;
+    if (!src || !dst || isEmpty(srcSize) || isEmpty(dstSize)) return;
     const ptrdiff_t width = srcSize.width, stride = dstSize.width;
     const ptrdiff_t lines = std::min(srcSize.width, dstSize.height);  // target rows
     const ptrdiff_t pixels = std::min(srcSize.height, dstSize.width);
@@ -113,6 +113,7 @@ void KelRotateCorTran(double angle, int w, int h, int x, int y, int* outX, int* 
 }
 
 int KelGetQuadrangleSubPix(IplImage* src, IplImage* dst, double angle) {
+    if (!src || !dst) return -1;
     if (src->width != dst->width || src->height != dst->height || src->nChannels != dst->nChannels)
         return -1;
     const IplImageHandle turned = makeIplImage(src->width, src->height, src->nChannels);
@@ -123,6 +124,7 @@ int KelGetQuadrangleSubPix(IplImage* src, IplImage* dst, double angle) {
 
 int KelRotateImageLittleAngle(unsigned char* src, unsigned char* dst, kelSize size, int channels,
                               double angle) {
+    if (!src || !dst) return 0;
     if (angle == 0.0) {
         if (const auto bytes = planeBytes(size.width, size.height, channels); bytes && *bytes > 0)
             std::memmove(dst, src, *bytes);
@@ -144,7 +146,7 @@ int KelRotateImageLittleAngle(unsigned char* src, unsigned char* dst, kelSize si
 
 int KelRotate180(unsigned char* src, unsigned char* dst, kelSize size, int channels) {
     const int planes = std::min(channels, turnedPlanes(channels));
-    if (isEmpty(size) || planes < 1) return 0;
+    if (!src || !dst || isEmpty(size) || planes < 1) return 0;
     const auto plane = static_cast<size_t>(planeStep(size));
     const size_t bytes = plane * static_cast<size_t>(planes);
     if (!overlaps(src, bytes, dst, bytes)) {
@@ -158,7 +160,7 @@ int KelRotate180(unsigned char* src, unsigned char* dst, kelSize size, int chann
 }
 
 int kel_RotateImage180(unsigned char* src, unsigned char* dst, kelSize size, int channels) {
-    if (!isEmpty(size))
+    if (src && dst && !isEmpty(size))
         reversePlanes(src, dst, static_cast<size_t>(planeStep(size)), turnedPlanes(channels));
     return 0;
 }

@@ -142,14 +142,13 @@ class Blender {
             const int sy = resize_.sourceRow(y);
             const double fy = y * resize_.yScale - sy;
             unsigned char* const out = to.row(y) + columns_.first;
-            if (y + 1 < rows.end) fetchAhead(from, sy, resize_.sourceRow(y + 1));
             // Without neighbours, or with neighbours of no weight.
             if (sy >= resize_.innerHeight() || (isPicking_ && fy == 0))
                 kernels_.pickColumns(rowOf(from, sy), columns_.map(), out, size());
             else if (resize_.yScale < kSharedRows)
                 blendShared(from, sy, fy, out);
             else
-                blend(from, sy, fy, out);
+                blend(from, sy, y + 1 < rows.end ? resize_.sourceRow(y + 1) : sy, fy, out);
         }
     }
 
@@ -171,22 +170,20 @@ class Blender {
         return from.row(sy) + columns_.origin;
     }
 
-    /// Source rows start pages apart, which the processor does not foresee: asking for those of the
-    /// next target row saves a tenth of the time.
-    void fetchAhead(ConstPlaneView from, int sy, int next) const {
-        if (next == sy || next >= resize_.innerHeight()) return;
-        for (int i = 0; i < columns_.span(); i += 64) {
-            if (next > sy + 1) __builtin_prefetch(rowOf(from, next) + i);
-            __builtin_prefetch(rowOf(from, next + 1) + i);
+    /// `next` is the source row of the next target row.
+    void blend(ConstPlaneView from, int sy, int next, double fy, unsigned char* out) {
+        unsigned char samples[4][BlendColumns::kChunk];
+        const unsigned char *const row = rowOf(from, sy), *const below = rowOf(from, sy + 1);
+        const bool fetches = next < resize_.innerHeight();
+        for (int x = 0; x < columns_.count; x += columns_.chunk(x)) {
+            const auto count = static_cast<size_t>(columns_.chunk(x));
+            if (fetches && next > sy + 1) columns_.fetchAhead(rowOf(from, next), x);
+            if (fetches && next > sy) columns_.fetchAhead(rowOf(from, next + 1), x);
+            kernels_.pickPairs(row, columns_.map(x), samples[0], samples[1], count);
+            kernels_.pickPairs(below, columns_.map(x), samples[2], samples[3], count);
+            const unsigned char* const all[4] = {samples[0], samples[1], samples[2], samples[3]};
+            kernels_.blendSamples(all, fx_ + x, fy, out + x, count);
         }
-    }
-
-    void blend(ConstPlaneView from, int sy, double fy, unsigned char* out) {
-        unsigned char samples[4][BlendColumns::kMost];
-        const unsigned char* const all[4] = {samples[0], samples[1], samples[2], samples[3]};
-        kernels_.pickPairs(rowOf(from, sy), columns_.map(), samples[0], samples[1], size());
-        kernels_.pickPairs(rowOf(from, sy + 1), columns_.map(), samples[2], samples[3], size());
-        kernels_.blendSamples(all, fx_, fy, out, size());
     }
 
     void blendShared(ConstPlaneView from, int sy, double fy, unsigned char* out) {

@@ -129,14 +129,21 @@ TEST_F(Resize, WhatTheKernelsRefuse) {
 }
 
 TEST_F(Resize, OtherMethodsAreOpenCv) {
-    const std::pair<kelSize, kelSize> cases[] = {
-        {{60, 44}, {48, 35}}, {{60, 44}, {30, 22}},   {{60, 44}, {20, 11}}, {{61, 45}, {200, 99}},
-        {{1, 9}, {5, 5}},     {{203, 97}, {87, 101}}, {{33, 21}, {33, 21}}, {{70, 60}, {70, 20}}};
+    std::vector<std::pair<kelSize, kelSize>> cases = {
+        {{60, 44}, {48, 35}},  {{60, 44}, {30, 22}},     {{60, 44}, {20, 11}},
+        {{61, 45}, {200, 99}}, {{203, 97}, {87, 101}},   {{33, 21}, {33, 21}},
+        {{70, 60}, {70, 20}},  {{5, 7}, {600, 300}},     {{700, 500}, {421, 330}},
+        {{66, 34}, {33, 17}},  {{900, 640}, {450, 320}}, {{9, 3}, {6300, 3}}};
+    for (int w : {1, 2, 3, 31, 64, 130})
+        for (int h : {1, 2, 9})
+            for (kelSize to : {kelSize{1, 1}, kelSize{2, 3}, kelSize{33, 5}, kelSize{65, 18}})
+                cases.push_back({{w, h}, to});
     const std::pair<int, int> methods[] = {{0, 1}, {1, 0}, {2, 1},  {3, 3},
                                            {4, 2}, {9, 1}, {-7, 1}, {2147483647, 1}};
     for (const auto& [from, to] : cases)
         for (int channels : {1, 2, 3})
             for (const auto& [method, interpolation] : methods) {
+                limitCpuLevel(method == 9 ? CpuLevel::plain : CpuLevel::best);
                 Bytes src = test::page(from, channels).samples;
                 Bytes expected(area(to) * size_t(channels), 0xAB);
                 IplImage* in = cvCreateImage(cvSize(from.width, from.height), 8, channels);
@@ -158,6 +165,11 @@ TEST_F(Resize, OtherMethodsAreOpenCv) {
                 EXPECT_TRUE(std::equal(expected.begin(), expected.end(), src.begin()));
             }
     Bytes any(100);
+    for (int channels : {1, 3})
+        for (int method : {0, 1, 3, 4}) {
+            EXPECT_EQ(KelResizeImage(nullptr, {5, 5}, any.data(), {4, 4}, channels, method), -1);
+            EXPECT_EQ(KelResizeImage(any.data(), {5, 5}, nullptr, {4, 4}, channels, method), -2);
+        }
     for (int channels : {1, 3})
         for (kelSize none : {kelSize{0, 5}, kelSize{5, 0}, kelSize{-2, 5}}) {
             EXPECT_ANY_THROW(KelResizeImage(any.data(), none, any.data(), {5, 5}, channels, 3));

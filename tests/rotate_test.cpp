@@ -133,6 +133,16 @@ TEST(Rotate, ImagesThatDoNotMatchAreRefused) {
     EXPECT_ANY_THROW(KelRotateImageLittleAngle(any.data(), any.data(), {0, 5}, 1, 2.0));
     EXPECT_EQ(KelRotateImageLittleAngle(nullptr, nullptr, {0, 5}, 1, 0.0), 0);
     EXPECT_EQ(KelRotateImageLittleAngle(nullptr, nullptr, {-3, 5}, 3, 0.0), 0);
+    EXPECT_EQ(KelGetQuadrangleSubPix(nullptr, nullptr, 1.0), -1);
+    for (auto [from, to] :
+         {std::pair<unsigned char*, unsigned char*>{nullptr, any.data()}, {any.data(), nullptr}}) {
+        EXPECT_EQ(KelRotateImageLittleAngle(from, to, {5, 4}, 3, 1.0), 0);
+        EXPECT_EQ(KelRotate180(from, to, {5, 4}, 3), 0);
+        EXPECT_EQ(kel_RotateImage180(from, to, {5, 4}, 3), 0);
+        EXPECT_EQ(kel_RotateImage90(from, 5, 4, 3, to, 4, 5), 0);
+        EXPECT_EQ(kel_RotateImage270(from, 5, 4, 3, to, 4, 5), 0);
+    }
+    EXPECT_EQ(any, Bytes(100));
 }
 
 TEST(Rotate, WhereAPointGoes) {

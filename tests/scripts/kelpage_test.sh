@@ -260,6 +260,7 @@ expect 2 "$kelpage" resize "$samples/cheque-blank.jpg" -o "$work/x.png" --size 0
 expect 2 "$kelpage" resize "$samples/cheque-blank.jpg" -o "$work/x.png" --scale 2 --method best
 expect 1 "$kelpage" resize "$samples/cheque-blank.jpg" -o "$work/x.png" --scale 100
 says 'would be too large$'
+expect 2 "$kelpage" resize "$samples/cheque-blank.jpg" -o "$work/x.png" --scale nan
 expect 0 "$kelpage" rotate "$samples/cheque-blank.jpg" -o "$work/t0.png" --angle 360
 for turn in "0 90 1" "1 -270 2" "2 180 3" "3 0 4"; do
   read -r from angle to <<< "$turn"
@@ -269,6 +270,7 @@ cmp -s "$work/t0.png" "$work/t4.png" || fail "turns do not lead back"
 expect 0 "$kelpage" rotate "$work/t0.png" -o "$work/little.png" --angle 2.5 --report "$work/turns"
 says 'turned in'
 expect 2 "$kelpage" rotate "$work/t0.png" -o "$work/x.png" --angle 400
+expect 2 "$kelpage" rotate "$work/t0.png" -o "$work/x.png" --angle nan
 
 [ $failures -eq 0 ] && echo "kelpage behaves"
 exit $((failures > 0))

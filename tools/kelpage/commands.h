@@ -35,7 +35,6 @@ void addInfo(CLI::App& app, int& status);
 void addLines(CLI::App& app, int& status);
 void addProfile(CLI::App& app, int& status);
 void addResize(CLI::App& app, int& status);
-void addRoad(CLI::App& app, int& status);
 void addRun(CLI::App& app, int& status);
 void addRotate(CLI::App& app, int& status);
 void addSeal(CLI::App& app, int& status);

@@ -33,7 +33,6 @@ int run(int argc, char** argv) {
     kelpage::addLines(app, status);
     kelpage::addProfile(app, status);
     kelpage::addResize(app, status);
-    kelpage::addRoad(app, status);
     kelpage::addRun(app, status);
     kelpage::addRotate(app, status);
     kelpage::addSeal(app, status);
