@@ -131,8 +131,8 @@ void KelSegementImage_hsv_param(unsigned char* src, kelSize size, unsigned char*
     const kelHSVSegConfig& c = *config;
     const HueRange range{c.standMin, c.standMax, c.flagOver != 0};
     const SealPage page{src, size, dst, c.percentage, range};
-    const double lowRatio = c.thresError01 / 1000 * 0.01;
-    const double highRatio = c.thresError01 % 1000 * 0.01;
+    const int lowShare = c.thresError01 / 1000, highShare = c.thresError01 % 1000;
+    const double lowRatio = lowShare * 0.01, highRatio = highShare * 0.01;
     // What goes from the mask is known beforehand, and spares the passes their local thresholds.
     WorkPlane excluded(page.bytes());
     Kel_GenerateBlackWhiteMask(src, size, excluded.data(), c.greyAverThres, c.greyErrMaxThres,

@@ -40,7 +40,9 @@ void fillByBands(kelSize size, int bandRows, unsigned char* dst, bool inPlace, c
     const auto width = static_cast<size_t>(std::max(size.width, 0));
     const auto rowsAt = [&](int y) { return dst + static_cast<size_t>(y) * width; };
     WorkPlane band(inPlace ? 2 * width * static_cast<size_t>(std::min(bandRows, size.height)) : 0);
-    const auto buffer = [&](int index) { return band.data() + (index % 2) * (band.size() / 2); };
+    const auto buffer = [&](int index) {
+        return band.data() + (index % 2 != 0 ? band.size() / 2 : 0);
+    };
     int made = 0;
     for (int first = 0; first < size.height; first += bandRows, ++made) {
         const int rows = std::min(bandRows, size.height - first);
