@@ -173,9 +173,10 @@ class Writer {
         for (const Picture picture : picturesOf(result, summary_.hasSeals)) {
             const std::string link = escapedForLink(pictureName(page.name, picture));
             const std::string title = kTitles[static_cast<size_t>(picture)];
-            text += "<figure><a href=\"" + link + "\"><img loading=\"lazy\" src=\"" + link +
-                    "\" alt=\"" + escapedForHtml(page.title()) + ", " + title +
-                    "\"></a><figcaption>" + title + "</figcaption></figure>\n";
+            text += "<figure><a href=\"" + link + "\">";
+            text += "<img loading=\"lazy\" src=\"" + link + "\" alt=\"";
+            text += escapedForHtml(page.title()) + ", " + title + "\"></a>";
+            text += "<figcaption>" + title + "</figcaption></figure>\n";
         }
         return text + "</article>\n";
     }
