@@ -101,6 +101,7 @@ void quarterTurn(const unsigned char* src, kelSize srcSize, int channels, unsign
 }  // namespace
 
 void KelRotateCorTran(double angle, int w, int h, int x, int y, int* outX, int* outY) {
+    if (!outX || !outY) return;
     const double cx = w * 0.5;
     const double cy = h * 0.5;
     const double radius = std::trunc(std::sqrt((x - cx) * (x - cx) + (y - cy) * (y - cy)));

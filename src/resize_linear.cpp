@@ -1,6 +1,6 @@
 // OpenCV's bilinear interpolation of 8-bit samples, made on planes: its fixed-point arithmetic,
-// without the pixels that it wants colours in. Rows are shared among as many threads as OpenCV
-// itself would use.
+// without the pixels that it wants colours in. Rows are shared among threads where OpenCV itself
+// would do so.
 #include "resize_linear.h"
 
 #include <opencv2/core.hpp>
@@ -106,19 +106,12 @@ class LinearBlender {
     WeighedRow weighed_[2];  ///< of even and of odd source rows
 };
 
-/// Calls `body(RowRange)` for the rows of an image, in as many parts as OpenCV has threads, of at
-/// least as many pixels as it gives to one.
+/// Calls `body(RowRange)` for the rows of an image, on no more threads than OpenCV may use, each
+/// with at least as many pixels as it gives to one.
 template <class Body>
 void shareRows(kelSize size, const Body& body) {
-    const auto most = static_cast<double>(planeStep(size)) / (1 << 16);
-    const double parts = std::min<double>(cv::getNumThreads(), most);
-    if (parts < 2) return body(RowRange{0, size.height});
-    cv::parallel_for_(
-        cv::Range(0, size.height),
-        [&](const cv::Range& range) {
-            body(RowRange{range.start, range.end});
-        },
-        parts);
+    const ptrdiff_t parts = std::clamp<ptrdiff_t>(planeStep(size) >> 16, 1, 4);
+    runRows(std::min(std::max(cv::getNumThreads(), 1), static_cast<int>(parts)), size.height, body);
 }
 
 }  // namespace

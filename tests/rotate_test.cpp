@@ -164,6 +164,7 @@ TEST(Rotate, WhereAPointGoes) {
         for (auto [x, y] : {std::pair{10, 20}, {90, 20}, {50, 7}, {50, 79}, {-40, 300}, {49, 40}})
             EXPECT_EQ(moved(angle, 100, 80, x, y), rule(angle, 100, 80, x, y)) << x << " " << y;
     EXPECT_EQ(moved(33, 100, 80, 50, 40), std::pair(50, 40));
+    KelRotateCorTran(0, 9, 9, 1, 1, nullptr, nullptr);
     EXPECT_EQ(moved(45, 0, 0, -2147483647, -2147483647), std::pair(-2147483647, -40));
 }
 
