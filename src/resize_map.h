@@ -42,7 +42,7 @@ struct Resize {
 template <int Most>
 class ColumnRun {
   public:
-    static constexpr int kMost = Most, kChunk = 128;
+    static constexpr int kMost = Most, kChunk = 256;
 
     /// Columns from `from` on, up to `end`, whose samples lie in the source with `right` more
     /// samples to the right.
