@@ -59,9 +59,9 @@ int leftOut(const Resize& resize) {
 struct MeanOfFour {
     static constexpr auto row = &RowKernels::quadMeans;
     /// Every second one, where the fourth sample is beside the third.
-    static void halve(const RowKernels& kernels, const unsigned char* row,
+    static void halve(const RowKernels& kernels, const unsigned char* above,
                       const unsigned char* below, unsigned char* out, size_t count) {
-        kernels.halve(row, below, out, count, 0);
+        kernels.halve(above, below, out, count, 0);
     }
     static unsigned char of(int a, int b, int c, int d) {
         return static_cast<unsigned char>((a + b + c + d) >> 2);
@@ -70,9 +70,9 @@ struct MeanOfFour {
 
 struct LeastOfFour {
     static constexpr auto row = &RowKernels::quadLeasts;
-    static void halve(const RowKernels& kernels, const unsigned char* row,
+    static void halve(const RowKernels& kernels, const unsigned char* above,
                       const unsigned char* below, unsigned char* out, size_t count) {
-        kernels.halveLeasts(row, below, out, count);
+        kernels.halveLeasts(above, below, out, count);
     }
     static unsigned char of(unsigned char a, unsigned char b, unsigned char c, unsigned char d) {
         return std::min(std::min(a, b), std::min(c, d));
