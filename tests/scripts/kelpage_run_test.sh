@@ -3,23 +3,9 @@
 # Usage: kelpage_run_test.sh KELPAGE SAMPLES PAGES (a TIFF file of five pages)
 set -uo pipefail
 kelpage=$1 samples=$2 pages=$3
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-failures=0
+# shellcheck source=expect.sh
+source "$(dirname "$0")/expect.sh"
 
-expect() {
-  local status=$1
-  shift
-  "$@" > "$work/stdout" 2> "$work/stderr"
-  local got=$?
-  [ $got -eq "$status" ] || fail "'${*##*/}' gave status $got, not $status"
-}
-fail() {
-  echo "FAILED: $*"
-  cat "$work/stdout" "$work/stderr"
-  failures=$((failures + 1))
-}
-says() { grep -qE -- "$1" "$work/stdout" "$work/stderr" || fail "no line like: $1"; }
 count_json() { [ "$(grep -c "$1" "$work/stdout")" -eq "$2" ] || fail "not $2 lines with $1"; }
 same() { diff -rq -x .kelpage "$1" "$2" || fail "$1 and $2 differ"; }
 # Each file is whole: a reader of its own kind takes it to the end.

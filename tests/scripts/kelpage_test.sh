@@ -5,24 +5,9 @@ set -uo pipefail
 kelpage=$1
 samples=$2
 pages=$3
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-failures=0
+# shellcheck source=expect.sh
+source "$(dirname "$0")/expect.sh"
 
-# expect STATUS COMMAND...: runs a command, keeps its output, compares its exit status.
-expect() {
-  local status=$1
-  shift
-  "$@" > "$work/stdout" 2> "$work/stderr"
-  local got=$?
-  [ $got -eq "$status" ] || fail "'${*##*/}' gave status $got, not $status"
-}
-fail() {
-  echo "FAILED: $*"
-  cat "$work/stdout" "$work/stderr"
-  failures=$((failures + 1))
-}
-says() { grep -qE -- "$1" "$work/stdout" "$work/stderr" || fail "no line like: $1"; }
 lines_on_stderr() { [ "$(wc -l < "$work/stderr")" -eq "$1" ] || fail "not $1 lines on stderr"; }
 is_png() { [ "$(head -c 4 "$1" 2> /dev/null | tail -c 3)" = PNG ] || fail "$1 is not a PNG file"; }
 
