@@ -16,8 +16,7 @@
 /// @{
 
 /// Reads an image file with `cv::imread(name, flags)`.
-/// @param dst   first set to null; then a new buffer of width*height*channels bytes, given back
-/// with
+/// @param dst   first set to null; then a new buffer of width*height*channels bytes for
 ///              Kel_ReleaseImage()
 /// @param channels first set to 0. An image that is neither grey nor three-channel (possible with
 ///              flags -1) gives a buffer without meaning.
@@ -345,7 +344,9 @@ enum {
 /// Methods 5 to 8 map target pixel (x, y) to source column (int)(x * (srcW / dstW)) and row (int)(y
 /// * (srcH / dstH)) in double precision, without an offset of half a pixel, on up to four threads.
 /// With three planes, methods 6 to 8 leave the last row and column of the target as they were. In
-/// the last source row and column all four take the sample itself.
+/// the last source row and column all four take the sample itself. Bilinear interpolation, and
+/// areas of 2 by 2 pixels, take up to four threads of ours as well, but no more than OpenCV is
+/// allowed. Results do not depend on threads.
 /// @param src      srcSize.width*srcSize.height bytes a plane; must not overlap `dst` in methods 5
 ///                 to 8
 /// @param channels 1 or 3. Methods 6 to 8 change nothing for another count, or a null pointer or a
