@@ -71,8 +71,9 @@ void segment(kelHSVSegConfig config) {
 }
 
 void readSettings(const std::string& path, int colour) {
-    const kelHSVSegConfig before{-7.5, -7, -7, -7, -7, -7, -7, -7, -7, -7, -7, -7, -7, -7};
-    kelHSVSegConfig config = before;
+    kelHSVSegConfig before, config;
+    std::memset(&before, 7, sizeof before);  // padding too, since all bytes are compared
+    std::memcpy(&config, &before, sizeof before);
     const int result = KelReadHSVSegmentConfig(path.c_str(), &config, colour);
     if (result == 0) return segment(config);
     require(result == 3 && std::memcmp(&config, &before, sizeof config) == 0);
