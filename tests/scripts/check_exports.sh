@@ -5,9 +5,8 @@
 set -euo pipefail
 library=$1
 list=$2
-# Weak symbols are templates and type information that the compiler emits where it likes; names with
-# a leading underscore are the linker's and the sanitizers'.
-exported=$(nm -DC --defined-only "$library" | awk '$2 !~ /^[VWuw]$/ { $1 = $2 = ""; print substr($0, 3) }' |
+# Names with a leading underscore are the linker's and the sanitizers'.
+exported=$(nm -DC --defined-only "$library" | awk '{ $1 = $2 = ""; print substr($0, 3) }' |
            grep -v '^_' | LC_ALL=C sort -u)
 if ldd "$library" | grep -E 'imgcodecs|highgui'; then
   echo "The library pulls in what only its private module may" >&2
