@@ -72,13 +72,11 @@ TEST(Load, LimitsShrinkAndNeverRefuse) {
     const Im original = randomIm(2000, 1000, IM_GRAY), smaller = randomIm(1000, 500, IM_GRAY);
     const std::string wide = writeFile("wide.png", "PNG", {randomIm(5000, 3000, IM_BINARY).get()}),
                       half = writeFile("half.png", "PNG", {original.get()});
-    for (const auto& [path, flag, width, height, toWidth, toHeight] :
-         {std::tuple{wide, 0, 0, 0, 4096, 2457},
-          {wide, -100, 0, 0, 5000, 3000},
-          {wide, -10, 100, 0, 4096, 2457},
-          {wide, -10, 0, 100, 4096, 2457},
-          {half, -10, 1000, 800, 1000, 500},
-          {half, 3, 1000, 800, 2000, 1000}}) {
+    const std::tuple<std::string, int, int, int, int, int> rows[] = {
+        {wide, 0, 0, 0, 4096, 2457},       {wide, -100, 0, 0, 5000, 3000},
+        {wide, -10, 100, 0, 4096, 2457},   {wide, -10, 0, 100, 4096, 2457},
+        {half, -10, 1000, 800, 1000, 500}, {half, 3, 1000, 800, 2000, 1000}};
+    for (const auto& [path, flag, width, height, toWidth, toHeight] : rows) {
         const LoadedPage page = loadedPage(path, {flag, width, height});
         EXPECT_EQ(page.result, 0);
         EXPECT_EQ(std::pair(page.width, page.height), std::pair(toWidth, toHeight)) << flag;
@@ -128,12 +126,10 @@ TEST(Load, TopDownBitmapsComeUpright) {
 TEST(Load, AttributesOfThePage) {
     const Im grey = randomIm(16, 16, IM_GRAY);
     const Dots inch{300.0F, 200.0F, "DPI"}, centimetre{118.11F, 78.74F, "DPC"};
-    for (const auto& [format, compression, rate, dots] : {std::tuple{"TIFF", "NONE", 0, &inch},
-                                                          {"TIFF", "LZW", 0, &centimetre},
-                                                          {"PNG", "DEFLATE", 0, &inch},
-                                                          {"BMP", "NONE", 0, &inch},
-                                                          {"PCX", "RLE", 0, &inch},
-                                                          {"JPEG", "75", 75, &inch}}) {
+    const std::tuple<const char*, const char*, int, const Dots*> rows[] = {
+        {"TIFF", "NONE", 0, &inch}, {"TIFF", "LZW", 0, &centimetre}, {"PNG", "DEFLATE", 0, &inch},
+        {"BMP", "NONE", 0, &inch},  {"PCX", "RLE", 0, &inch},        {"JPEG", "75", 75, &inch}};
+    for (const auto& [format, compression, rate, dots] : rows) {
         const LoadedPage page = loadedPage(
             writeFile("dots", format, {grey.get()}, dots, rate == 0 ? compression : nullptr));
         EXPECT_DOUBLE_EQ(page.x, 300.0) << format;
@@ -161,12 +157,10 @@ TEST(Load, CodesLeaveTheOutputsAlone) {
     unsigned char one = 'B', *samples = &one;
     int width = 11, height = 12, channels = 13;
     ::testing::internal::CaptureStderr();
-    for (const auto& [path, result] : {std::pair<const char*, int>{nullptr, -3},
-                                       {"/no/such/file.png", 1},
-                                       {empty.c_str(), 1},
-                                       {text.c_str(), 1},
-                                       {folder.c_str(), 1},
-                                       {damaged.c_str(), 5}}) {
+    const std::pair<const char*, int> rows[] = {{nullptr, -3},       {"/no/such/file.png", 1},
+                                                {empty.c_str(), 1},  {text.c_str(), 1},
+                                                {folder.c_str(), 1}, {damaged.c_str(), 5}};
+    for (const auto& [path, result] : rows) {
         EXPECT_EQ(Kel_LoadImageFile2Buffer(path, &samples, &width, &height, &channels), result);
         tagImage record{}, *pages = &record;
         int number = 10001;

@@ -26,22 +26,12 @@ Bytes taken(unsigned char* block, int length) {
 }
 
 TEST(Save, FormatByName) {
-    for (const auto& [given, result, expected] : {std::tuple{"a.jpg", 0, "JPEG"},
-                                                  {".jpeg", 1, "-"},
-                                                  {"abcd", 1, "-"},
-                                                  {"abcde.x", 2, "-"},
-                                                  {"a.JPEG", 0, "JPEG"},
-                                                  {"a.Jpg", 3, "-"},
-                                                  {"a.krn", 3, "-"},
-                                                  {"a.KRN", 0, "KRN"},
-                                                  {"a.avi", 0, "AVI"},
-                                                  {"p.tiff", 0, "TIFF"},
-                                                  {"p.jp2", 0, "JP2"},
-                                                  {"p.Jp2", 3, "-"},
-                                                  {"p.xyz", 3, "-"},
-                                                  {"page.x.png", 0, "PNG"},
-                                                  {"pp.bm", 2, "-"},
-                                                  {"ab.x.", 2, "-"}}) {
+    const std::tuple<const char*, int, const char*> names[] = {
+        {"a.jpg", 0, "JPEG"},  {".jpeg", 1, "-"},        {"abcd", 1, "-"},    {"abcde.x", 2, "-"},
+        {"a.JPEG", 0, "JPEG"}, {"a.Jpg", 3, "-"},        {"a.krn", 3, "-"},   {"a.KRN", 0, "KRN"},
+        {"a.avi", 0, "AVI"},   {"p.tiff", 0, "TIFF"},    {"p.jp2", 0, "JP2"}, {"p.Jp2", 3, "-"},
+        {"p.xyz", 3, "-"},     {"page.x.png", 0, "PNG"}, {"pp.bm", 2, "-"},   {"ab.x.", 2, "-"}};
+    for (const auto& [given, result, expected] : names) {
         char format[12] = "-";
         std::string name = given;
         EXPECT_EQ(KelCalImageFormatInName(name.data(), format), result) << name;
@@ -59,15 +49,11 @@ TEST(Save, ChecksOfSavingByName) {
     EXPECT_EQ((std::vector<int>{Kel_SaveImage_DT(nullptr, 5, 4, 1, "x.png", 0), save(nullptr),
                                 save("x.png", 0), save("x.png", 5, -1), save("x.png", 5, 4, 2)}),
               std::vector<int>(5, -1));
-    for (const auto& [name, result] : {std::pair{"x.pn", -2},
-                                       {"nodot", -3},
-                                       {".tiff", -3},
-                                       {"page.t", -3},
-                                       {"page.jpeg2", -3},
-                                       {"page.", -3},
-                                       {"x.krn", -4},
-                                       {"a.bmpx", -4},
-                                       {"/no/such/page.png", int(IM_ERR_OPEN)}})
+    const std::pair<const char*, int> refused[] = {
+        {"x.pn", -2},   {"nodot", -3},      {".tiff", -3},
+        {"page.t", -3}, {"page.jpeg2", -3}, {"page.", -3},
+        {"x.krn", -4},  {"a.bmpx", -4},     {"/no/such/page.png", int(IM_ERR_OPEN)}};
+    for (const auto& [name, result] : refused)
         EXPECT_EQ(save(name), result) << name;  // a dot at index 0 is none
     for (const char* name : {"a.TiFf", "a.b.jpg", "a.PNM", "a.raw", "a.Led"})
         EXPECT_EQ(save(scratchPath(name).c_str()), 0) << name;
@@ -77,8 +63,9 @@ TEST(Save, ChecksOfSavingByName) {
     EXPECT_EQ(::testing::internal::GetCapturedStderr(),
               "format is error!\nformat is error!\n"
               "Error Opening File.\nInvalid Format.\nInsuficient memory.\n");
-    for (const auto& [format, type] :
-         {std::pair{"PNG", 1}, {"JPEG", 1}, {"PNG", 2}, {"BMP", 3}, {"bmp", 1}, {"", 2}})
+    const std::pair<const char*, int> compressions[] = {{"PNG", 1}, {"JPEG", 1}, {"PNG", 2},
+                                                        {"BMP", 3}, {"bmp", 1},  {"", 2}};
+    for (const auto& [format, type] : compressions)
         EXPECT_EQ(Kel_SaveImage(grey.data(), 5, 4, 1, "/no/such/folder", format, type), -5);
 }
 

@@ -28,8 +28,8 @@ inline Bytes randomBytes(size_t count, unsigned seed, unsigned lowest = 0, unsig
     return bytes;
 }
 
-/// A buffer that knows when something was written round it: bytes() checks the guards on both
-/// sides.
+/// A buffer that knows when something was written round it: bytes(), and its end, check the guards
+/// on both sides.
 class Guarded {
   public:
     explicit Guarded(const Bytes& content) : all_(content.size() + 2 * kPad, kGuard) {
@@ -37,6 +37,7 @@ class Guarded {
             all_.at(kPad + i) = content[i];
     }
     explicit Guarded(size_t count) : Guarded(Bytes(count, 0xAB)) {}
+    ~Guarded() { bytes(); }
 
     unsigned char* data() { return all_.data() + kPad; }
     Bytes bytes() const {
@@ -51,6 +52,15 @@ class Guarded {
     static constexpr unsigned char kGuard = 0xC7;
     Bytes all_;
 };
+
+/// `count` bytes by a rule of their index.
+template <class Rule>
+Bytes eachByte(size_t count, Rule rule) {
+    Bytes bytes(count);
+    for (size_t i = 0; i < count; ++i)
+        bytes[i] = static_cast<unsigned char>(rule(i));
+    return bytes;
+}
 
 /// A channel image, addressed by plane, row and column.
 struct Image {
