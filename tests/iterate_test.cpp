@@ -105,31 +105,25 @@ TEST(Iterate, BinarizationsEqualTheirPlainForm) {
             if (found)
                 level = level > minThres ? int(std::clamp<int64_t>(int64_t(level) + offset, 0, 255))
                                          : 2 * minThres % 256;
-            for (const bool part : {false, true}) {
-                Guarded out(area(size));
+            const std::pair<double, double> ratios[] = {
+                {1, 1}, {0.8, 1.3}, {-1, 1e300}, {1.1, 0.5}};
+            for (const auto& [inInk, onPaper] : ratios) {
+                Guarded out(area(size)), inPlace(src);
                 unsigned char thres = 3;
                 const int result =
-                    part ? KelBinarize_qifa_WholeAndPart(src.data(), size, out.data(), thres,
-                                                         offset, minThres, 0.8, 1.3)
-                         : KelBinarize_qifa(src.data(), size, out.data(), &thres, offset, minThres);
+                    inInk == 1
+                        ? KelBinarize_qifa(src.data(), size, out.data(), &thres, offset, minThres)
+                        : KelBinarize_qifa_WholeAndPart(src.data(), size, out.data(), thres, offset,
+                                                        minThres, inInk, onPaper);
                 ASSERT_EQ(result, found ? 0 : -1) << seed;
                 ASSERT_EQ(thres, src.empty() ? 3 : level) << seed;
-                Bytes expected(src.size(), 0xAB);
-                if (found)
-                    expected = wholeAndPart(src, size, level, part ? 0.8 : 1, part ? 1.3 : 1);
-                ASSERT_EQ(out.bytes(), expected) << ::testing::PrintToString(size) << " " << seed;
+                const Bytes marked = wholeAndPart(src, size, level, inInk, onPaper);
+                ASSERT_EQ(out.bytes(), found ? marked : Bytes(src.size(), 0xAB))
+                    << ::testing::PrintToString(size) << " " << seed;
+                KelBinarizeThreshold_WholeAndPart(inPlace.data(), inPlace.data(), size, level,
+                                                  inInk, onPaper);
+                ASSERT_EQ(inPlace.bytes(), marked);
             }
-        }
-}
-
-TEST(Iterate, WholeAndPartLevelsAreClampedAndWorkInPlace) {
-    for (kelSize size : {kelSize{2, 100}, kelSize{3, 3}, kelSize{70, 40}, kelSize{20, 600}})
-        for (const auto& [low, high] : {std::pair{0.9, 1.5}, {-1.0, 1e300}, {1.1, 0.5}, {0., 0.}}) {
-            Bytes src = test::page(size, 1).samples;
-            const Bytes expected = wholeAndPart(src, size, 200, low, high);
-            ASSERT_EQ(
-                KelBinarizeThreshold_WholeAndPart(src.data(), src.data(), size, 200, low, high), 0);
-            ASSERT_EQ(src, expected) << ::testing::PrintToString(size) << low;
         }
 }
 
