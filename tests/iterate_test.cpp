@@ -79,18 +79,14 @@ TEST(Iterate, RoundsEqualThePlainForm) {
 }
 
 TEST(Iterate, BinarizationsEqualTheirPlainForm) {
-    std::vector<kelSize> sizes = test::awkwardSizes();
-    sizes.push_back({200, 60});
-    for (kelSize size : sizes)
+    for (kelSize size : test::awkwardSizes({{200, 60}}))
         for (unsigned seed = 0; seed < 6; ++seed) {
             const int offset = seed == 3 ? -300 : seed == 4 ? 2147483647 : int(seed) * 5 - 12;
             const int minThres = seed == 5 ? 130 : seed == 2 ? 100 : 40;
             Bytes src = seed % 2 == 0 || area(size) == 0
                             ? test::page(size, 1).samples
                             : test::randomBytes(area(size), seed, seed * 30, seed == 1 ? 1 : 70);
-            Counts hist(256);
-            for (unsigned char s : src)
-                ++hist[s];
+            const Counts hist = test::histogramOf(src);
             const int cut = int(double(src.size()) * 0.005);
             int low = 0, high = 255;
             for (int i = 255; i >= 0; --i)  // the number of samples at and below i sinks
@@ -128,9 +124,7 @@ TEST(Iterate, BinarizationsEqualTheirPlainForm) {
 }
 
 TEST(PartArea, EqualsThePlainForm) {
-    std::vector<kelSize> sizes = test::awkwardSizes();
-    sizes.push_back({20, 21});
-    for (kelSize size : sizes)
+    for (kelSize size : test::awkwardSizes({{20, 21}}))
         for (unsigned seed = 0; seed < 24; ++seed) {
             const int channels = int(seed % 4), mx = int(seed % 5), my = 1 + int(seed % 7);
             const int thres = seed < 20 ? 30 + 10 * int(seed) : seed % 2 == 0 ? -5 : 300;

@@ -3,8 +3,8 @@
 #include <opencv2/imgproc/imgproc_c.h>
 
 #include "im_process.h"
+#include "im_support.h"
 #include "kel_ImageBasicProcess.h"
-#include "kel_cv.h"
 #include "kel_im.h"
 #include "support.h"
 
@@ -16,22 +16,17 @@ namespace {
 
 // The toolkit's level, and its binary plane as 0 and 255.
 int otsu(Bytes& plane, kelSize size, Bytes* binary = nullptr) {
-    imImage* const grey = imImageCreate(size.width, size.height, IM_GRAY, IM_BYTE);
-    imImage* const two = imImageCreate(size.width, size.height, IM_BINARY, IM_BYTE);
-    KelPutIMLibImage(grey, plane.data());
-    const int level = imProcessOtsuThreshold(grey, two);
-    if (binary) {
-        binary->resize(plane.size());
-        KelGetIMLibImage(two, binary->data());
-    }
-    imImageDestroy(grey);
-    imImageDestroy(two);
+    const test::Im grey(imImageCreate(size.width, size.height, IM_GRAY, IM_BYTE)),
+        two(imImageCreate(size.width, size.height, IM_BINARY, IM_BYTE));
+    KelPutIMLibImage(grey.get(), plane.data());
+    const int level = imProcessOtsuThreshold(grey.get(), two.get());
+    if (binary) KelGetIMLibImage(two.get(), binary->data());
     return level;
 }
 
 Bytes withMean(Bytes src, kelSize size, int block, int param1, double ratio) {
     const int w = size.width, h = size.height;
-    Bytes local(src.size()), binary, out(src.size());
+    Bytes local(src.size()), binary(src.size()), out(src.size());
     CvMat from = cvMat(h, w, CV_8UC1, src.data()), to = cvMat(h, w, CV_8UC1, local.data());
     cvAdaptiveThreshold(&from, &to, 255.0, CV_ADAPTIVE_THRESH_MEAN_C, CV_THRESH_BINARY_INV, block,
                         param1);
@@ -92,11 +87,8 @@ Bytes bands(kelSize size, unsigned seed) {
 }
 
 TEST(Otsu, GrowthEqualsSweepsUntilNothingChanges) {
-    std::vector<kelSize> sizes = test::awkwardSizes();
-    for (kelSize more : {kelSize{64, 9}, kelSize{66, 30}, kelSize{200, 90}})
-        sizes.push_back(more);
     size_t grown = 0;
-    for (kelSize size : sizes)
+    for (kelSize size : test::awkwardSizes({{64, 9}, {66, 30}, {200, 90}}))
         for (unsigned seed = 0; seed < 24; ++seed) {
             Bytes src = seed % 8 == 7 ? test::page(size, 1).samples : bands(size, seed);
             const int block = 3 + int(seed % 5) * 6, param1 = int(seed % 4) * 2 - 1;

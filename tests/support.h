@@ -87,9 +87,19 @@ inline Image page(kelSize size, int planes) {
 }
 
 /// Sizes at which loops go wrong: none, one row, one column, odd, round a vector's width.
-inline std::vector<kelSize> awkwardSizes() {
-    return {{0, 5}, {5, 0},  {-3, 4}, {1, 1},  {1, 9},  {2, 2},   {3, 3},
-            {9, 1}, {16, 2}, {17, 5}, {31, 7}, {33, 4}, {65, 65}, {130, 11}};
+inline std::vector<kelSize> awkwardSizes(std::initializer_list<kelSize> more = {}) {
+    std::vector<kelSize> sizes = {{0, 5}, {5, 0},  {-3, 4}, {1, 1},  {1, 9},  {2, 2},   {3, 3},
+                                  {9, 1}, {16, 2}, {17, 5}, {31, 7}, {33, 4}, {65, 65}, {130, 11}};
+    sizes.insert(sizes.end(), more);
+    return sizes;
+}
+
+/// The number of samples at each level.
+inline std::vector<int> histogramOf(const Bytes& plane) {
+    std::vector<int> counts(256);
+    for (unsigned char s : plane)
+        ++counts[s];
+    return counts;
 }
 
 /// The defining rule of luminance.
