@@ -1,11 +1,10 @@
 // The binarization dispatcher: global methods against their plain form, local methods against the
-// steps through OpenCV's legacy calls that define them, a real page against recorded results.
+// steps through OpenCV's legacy calls that define them. And the estimator of their levels.
 #include <gtest/gtest.h>
 #include <opencv2/imgproc/imgproc_c.h>
 
 #include "estimate_twin.h"
 #include "kel_ImageBasicProcess.h"
-#include "kel_ImageStorage.h"
 #include "kel_cv.h"
 
 using test::area;
@@ -110,36 +109,30 @@ TEST(Binarize, RefusalsLeaveTheTargetAlone) {
     EXPECT_EQ(out.bytes(), Bytes(area(size), 0xAB));
 }
 
-// FNV-1a.
-uint64_t hashOf(const unsigned char* bytes, size_t count) {
-    uint64_t hash = 14695981039346656037ULL;
-    for (size_t i = 0; i < count; ++i)
-        hash = (hash ^ bytes[i]) * 1099511628211ULL;
-    return hash;
-}
-
-// Results on a real page must not change between releases, processors and compilers.
-TEST(Binarize, ARealPageKeepsItsRecordedResults) {
-    kelSize size{};
-    int channels = 0;
-    unsigned char* page = nullptr;
-    ASSERT_EQ(KelLoadImageFiles(KEL_SAMPLES "/form-ruled.png", &size.width, &size.height, &page,
-                                &channels, 1),
-              0);
-    EXPECT_EQ(hashOf(page, 3 * area(size)), 269249060917039065ULL);
-    Bytes plane(area(size));
-    KelColorConvert(page, size, 3, plane.data(), size, 1);
-    EXPECT_EQ(hashOf(plane.data(), plane.size()), 3693552354836142313ULL);
-    EXPECT_EQ(KelAutoThresholdValue3(plane.data(), nullptr, size), 208);
-    const std::pair<Parameters, uint64_t> recorded[] = {{{1, 128, 0, 0}, 16332605530238785938ULL},
-                                                        {{2, 0, 0, 0}, 14388470732985684976ULL},
-                                                        {{2, 25, 0, 0}, 11764679797069583087ULL},
-                                                        {{6, 0, 0, 100}, 1093316617863374670ULL}};
-    for (const auto& [p, hash] : recorded) {
-        KelBinarizeImage(page, 3, plane.data(), size, 0, p.method, p.thres, p.block, p.param1);
-        EXPECT_EQ(hashOf(plane.data(), plane.size()), hash) << "method " << p.method;
-    }
-    Kel_ReleaseImage(page);
+TEST(Estimate, EqualsThePlainForm) {
+    const auto check = [](Bytes page, Bytes* guide, kelSize size) {
+        ASSERT_EQ(KelAutoThresholdValue3(page.data(), guide ? guide->data() : nullptr, size),
+                  test::estimatedLevel(page, guide, size))
+            << ::testing::PrintToString(size) << " guide " << !!guide;
+    };
+    for (kelSize size : {kelSize{3, 3}, kelSize{5, 3}, kelSize{17, 4}, kelSize{34, 35},
+                         kelSize{130, 7}, kelSize{200, 311}})
+        for (unsigned seed = 1; seed <= 8; ++seed) {
+            Bytes guide = test::randomBytes(area(size), seed + 100);
+            for (Bytes* g : {static_cast<Bytes*>(nullptr), &guide})
+                check(seed % 3 == 0 ? test::page(size, 1).samples
+                                    : test::randomBytes(area(size), seed, seed % 4 * 60, 76),
+                      g, size);
+        }
+    // 12 million bright pixels, whose sum exceeds 32 bits.
+    const auto sample = [](size_t i) { return i % 5 == 0 ? 30 + i % 7 : 230 + i % 11; };
+    check(test::eachByte(4002 * 3002, sample), nullptr, {4002, 3002});
+    // Nothing to split: one level (the frame alone does not count), or nothing inside a frame.
+    Bytes flat(100, 77);
+    flat[0] = flat[9] = 0;
+    for (kelSize size :
+         {kelSize{10, 10}, kelSize{2, 40}, kelSize{40, 2}, kelSize{0, 0}, kelSize{-5, 9}})
+        EXPECT_EQ(KelAutoThresholdValue3(flat.data(), nullptr, size), 190);
 }
 
 }  // namespace
