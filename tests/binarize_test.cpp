@@ -7,9 +7,7 @@
 #include "kel_ImageBasicProcess.h"
 #include "kel_cv.h"
 
-using test::area;
-using test::Bytes;
-using test::Guarded;
+using namespace test;
 
 namespace {
 
@@ -18,17 +16,17 @@ struct Parameters {
 };
 
 Bytes globally(const Bytes& src, int channels, kelSize size, int isOpp, const Parameters& p) {
-    Bytes grey = test::greyOf(src, channels);
+    Bytes grey = greyOf(src, channels);
     int level = p.thres;
     if (p.method != 1 && (size.width <= 3 || size.height <= 3)) {
         level = 128;
     } else if (p.method != 1) {
-        level += test::estimatedLevel(grey, nullptr, size);
+        level += estimatedLevel(grey, nullptr, size);
         if (p.method == 6 && p.block != 0 && level < p.block) level = p.block;
         if (p.method == 6 && p.param1 != 0 && level > p.param1) level = p.param1;
     }
     for (auto& s : grey)
-        s = test::compared(s, level, isOpp);
+        s = compared(s, level, isOpp);
     return grey;
 }
 
@@ -63,7 +61,7 @@ TEST(Binarize, EveryMethodEqualsItsPlainForm) {
     for (kelSize size : {kelSize{1, 1}, kelSize{3, 100}, kelSize{4, 3}, kelSize{4, 4},
                          kelSize{61, 45}, kelSize{131, 80}, kelSize{9, 700}}) {
         for (int channels : {1, 3}) {
-            const Bytes src = test::page(size, channels).samples;
+            const Bytes src = page(size, channels).samples;
             for (const auto& p : cases) {
                 const bool local = p.method >= 3 && p.method <= 5;
                 for (int isOpp : {0, 1, 200}) {
@@ -73,8 +71,7 @@ TEST(Binarize, EveryMethodEqualsItsPlainForm) {
                     Bytes input = src;
                     Guarded out(area(size));
                     ASSERT_EQ(call(input, channels, out.data(), size, isOpp, p), 0);
-                    ASSERT_EQ(out.bytes(), expected)
-                        << ::testing::PrintToString(size) << " method " << p.method;
+                    ASSERT_EQ(out.bytes(), expected) << size << " method " << p.method;
                     EXPECT_EQ(input, src);
                     // The target may be the source, or overlap one that is read as a whole.
                     for (int shift : {0, 5}) {
@@ -93,7 +90,7 @@ TEST(Binarize, EveryMethodEqualsItsPlainForm) {
 
 TEST(Binarize, RefusalsLeaveTheTargetAlone) {
     const kelSize size{20, 20};
-    Bytes src = test::page(size, 3).samples;
+    Bytes src = page(size, 3).samples;
     Guarded out(area(size));
     for (int method = -1; method <= 7; ++method)
         for (int channels : {2, 0, 4, -1})
@@ -112,21 +109,21 @@ TEST(Binarize, RefusalsLeaveTheTargetAlone) {
 TEST(Estimate, EqualsThePlainForm) {
     const auto check = [](Bytes page, Bytes* guide, kelSize size) {
         ASSERT_EQ(KelAutoThresholdValue3(page.data(), guide ? guide->data() : nullptr, size),
-                  test::estimatedLevel(page, guide, size))
-            << ::testing::PrintToString(size) << " guide " << !!guide;
+                  estimatedLevel(page, guide, size))
+            << size << " guide " << !!guide;
     };
     for (kelSize size : {kelSize{3, 3}, kelSize{5, 3}, kelSize{17, 4}, kelSize{34, 35},
                          kelSize{130, 7}, kelSize{200, 311}})
         for (unsigned seed = 1; seed <= 8; ++seed) {
-            Bytes guide = test::randomBytes(area(size), seed + 100);
+            Bytes guide = randomBytes(area(size), seed + 100);
             for (Bytes* g : {static_cast<Bytes*>(nullptr), &guide})
-                check(seed % 3 == 0 ? test::page(size, 1).samples
-                                    : test::randomBytes(area(size), seed, seed % 4 * 60, 76),
+                check(seed % 3 == 0 ? page(size, 1).samples
+                                    : randomBytes(area(size), seed, seed % 4 * 60, 76),
                       g, size);
         }
     // 12 million bright pixels, whose sum exceeds 32 bits.
     const auto sample = [](size_t i) { return i % 5 == 0 ? 30 + i % 7 : 230 + i % 11; };
-    check(test::eachByte(4002 * 3002, sample), nullptr, {4002, 3002});
+    check(eachByte(4002 * 3002, sample), nullptr, {4002, 3002});
     // Nothing to split: one level (the frame alone does not count), or nothing inside a frame.
     Bytes flat(100, 77);
     flat[0] = flat[9] = 0;

@@ -5,10 +5,7 @@
 #include "kel_ImageBasicProcess.h"
 #include "support.h"
 
-using test::area;
-using test::Bytes;
-using test::Guarded;
-using test::Image;
+using namespace test;
 
 namespace {
 
@@ -125,7 +122,7 @@ TEST(Copy, RefusesInOrderAndWritesNothing) {
 }
 
 TEST(Copy, BorderIsOnePixelButOnlyRowZeroOfLowImages) {
-    for (kelSize size : test::awkwardSizes()) {
+    for (kelSize size : awkwardSizes()) {
         Image image(size, 2, 7);
         Guarded painted(image.samples);
         SetBorder(painted.data(), size, 2, 9);
@@ -135,18 +132,18 @@ TEST(Copy, BorderIsOnePixelButOnlyRowZeroOfLowImages) {
                     const bool edge = y == size.height - 1 || x == 0 || x == size.width - 1;
                     if (y == 0 || (size.height >= 3 && edge)) image.at(c, y, x) = 9;
                 }
-        EXPECT_EQ(painted.bytes(), image.samples) << ::testing::PrintToString(size);
+        EXPECT_EQ(painted.bytes(), image.samples) << size;
     }
 }
 
 TEST(Convert, CopiesExpandsAndReduces) {
     const int counts[][2] = {{1, 1}, {3, 3}, {1, 3}, {3, 1}};
     for (auto [from, to] : counts)
-        for (kelSize size : test::awkwardSizes())
+        for (kelSize size : awkwardSizes())
             for (int extra : {0, 5}) {
                 Image src(size, from, 9), target({size.width + extra, size.height + extra}, to, 10);
                 Guarded dst(target.samples);
-                const Bytes grey = test::greyOf(src.samples, from);
+                const Bytes grey = greyOf(src.samples, from);
                 // Luminance is packed with the source's stride; copies use the target's own.
                 if (from > to) std::copy(grey.begin(), grey.end(), target.samples.begin());
                 for (int c = 0; c < to && from <= to; ++c)
@@ -161,10 +158,9 @@ TEST(Convert, OverlappingTargetsGiveTheStatedResult) {
     const kelSize size{101, 3};
     const auto n = area(size);
     for (size_t start : {size_t{0}, size_t{1}, size_t{31}, size_t{32}, n - 3, n, 2 * n - 40}) {
-        Bytes planes = test::randomBytes(3 * n + 64, 8), expected = planes;
+        Bytes planes = randomBytes(3 * n + 64, 8), expected = planes;
         for (size_t i = 0; i < n; ++i)  // luminance: sample by sample
-            expected[start + i] =
-                test::luminance(expected[i], expected[n + i], expected[2 * n + i]);
+            expected[start + i] = luminance(expected[i], expected[n + i], expected[2 * n + i]);
         KelColorConvert(planes.data(), size, 3, planes.data() + start, size, 1);
         ASSERT_EQ(planes, expected) << "start " << start;
         // Expansion: the whole plane is read first.
@@ -177,9 +173,9 @@ TEST(Convert, OverlappingTargetsGiveTheStatedResult) {
 }
 
 TEST(Threshold, ComparesStrictlyAtEveryLevelAndSize) {
-    for (kelSize size : test::awkwardSizes()) {
+    for (kelSize size : awkwardSizes()) {
         const size_t n = area(size);
-        Bytes src = test::randomBytes(3 * n, 1);
+        Bytes src = randomBytes(3 * n, 1);
         for (int thres : {-2147483647 - 1, -1, 0, 1, 127, 128, 254, 255, 256, 2147483647})
             for (unsigned char isOpp : {0, 1, 2, 255}) {
                 const int levels[3] = {thres, 90, thres / 2};
@@ -187,21 +183,21 @@ TEST(Threshold, ComparesStrictlyAtEveryLevelAndSize) {
                 KelBinarizeThreshold(src.data(), one.data(), size, thres, isOpp);
                 KelBinarizeThreshold3(three.data(), three.data(), size, 7, levels[0], levels[1],
                                       levels[2], isOpp);
-                Bytes expected = test::eachByte(
-                    3 * n, [&](size_t i) { return test::compared(src[i], levels[i / n], isOpp); });
+                Bytes expected = eachByte(
+                    3 * n, [&](size_t i) { return compared(src[i], levels[i / n], isOpp); });
                 EXPECT_EQ(three.bytes(), expected);
                 expected.resize(n);
                 EXPECT_EQ(one.bytes(), expected);
             }
-        EXPECT_EQ(src, test::randomBytes(3 * n, 1));
+        EXPECT_EQ(src, randomBytes(3 * n, 1));
     }
 }
 
 TEST(Threshold, OverlapAndWrappedCounts) {
     for (size_t shift : {0, 1, 15, 16, 40}) {  // a later sample sees what was written before
-        Bytes buffer = test::randomBytes(200, 2), expected = buffer;
+        Bytes buffer = randomBytes(200, 2), expected = buffer;
         for (size_t i = 0; i < 150; ++i)
-            expected[i + shift] = test::compared(expected[i], 100, 1);
+            expected[i + shift] = compared(expected[i], 100, 1);
         KelBinarizeThreshold(buffer.data(), buffer.data() + shift, {15, 10}, 100, 1);
         EXPECT_EQ(buffer, expected) << shift;
     }

@@ -7,9 +7,7 @@
 #include "kel_cv.h"
 #include "support.h"
 
-using test::area;
-using test::Bytes;
-using test::Guarded;
+using namespace test;
 
 namespace {
 
@@ -17,7 +15,7 @@ namespace {
 struct Interleaved {
     Interleaved(kelSize size, int channels, int padding, unsigned seed)
         : stride(size.width * channels + padding),
-          buffer(test::randomBytes(size_t(stride * size.height), seed)) {
+          buffer(randomBytes(size_t(stride * size.height), seed)) {
         cvInitImageHeader(&header, cvSize(size.width, size.height), IPL_DEPTH_8U, channels);
         header.widthStep = stride;
         header.imageData = reinterpret_cast<char*>(buffer.data());
@@ -58,7 +56,7 @@ void crossBothWays(kelSize size, int channels, int padding, CvRect r, bool whole
 
 TEST(CvBridge, ImagesAndRegionsCrossBothWays) {
     for (int channels : {1, 3}) {
-        for (kelSize size : test::awkwardSizes())
+        for (kelSize size : awkwardSizes())
             for (int padding : {0, 5})
                 if (area(size) > 0)
                     crossBothWays(size, channels, padding, cvRect(0, 0, size.width, size.height),

@@ -15,14 +15,14 @@
 #include "support.h"
 
 namespace fs = std::filesystem;
-using test::Bytes;
+using namespace test;
 
 namespace {
 
 struct Files : ::testing::Test {
     std::string path(const char* name) const { return (scratch.path / name).string(); }
 
-    const test::ScratchFolder scratch;
+    const ScratchFolder scratch;
 };
 
 /// The outputs of a load, with marks where nothing was written.
@@ -38,7 +38,7 @@ struct Loaded {
 };
 
 TEST_F(Files, SavedImagesComeBack) {
-    Bytes colour = test::randomBytes(13 * 7 * 3, 5);
+    Bytes colour = randomBytes(13 * 7 * 3, 5);
     ASSERT_EQ(KelSaveImage(colour.data(), 3, {13, 7}, path("c.png").c_str()), 0);
     const Loaded back(path("c.png"));
     EXPECT_EQ(std::pair(back.width, back.channels), std::pair(13, 3));

@@ -7,9 +7,7 @@
 #include "kel_ImageBasicProcess.h"
 #include "support.h"
 
-using test::area;
-using test::Bytes;
-using test::Guarded;
+using namespace test;
 
 namespace {
 
@@ -49,7 +47,7 @@ Bytes wholeAndPart(Bytes src, kelSize size, int thres, double low, double high) 
     if (!plain) KelBinarizeImage(src.data(), 1, local.data(), size, 1, 5, 19, 19, 0);
     for (size_t i = 0; i < src.size(); ++i) {
         const double scaled = plain ? thres : thres * (local[i] == 0 ? low : high);
-        src[i] = test::compared(src[i], scaled < 0 ? 0 : scaled > 255.0 ? 255 : int(scaled), 0);
+        src[i] = compared(src[i], scaled < 0 ? 0 : scaled > 255.0 ? 255 : int(scaled), 0);
     }
     return src;
 }
@@ -57,7 +55,7 @@ Bytes wholeAndPart(Bytes src, kelSize size, int thres, double low, double high) 
 TEST(Iterate, RoundsEqualThePlainForm) {
     for (unsigned seed = 0; seed < 200; ++seed) {
         Counts hist(256);
-        const Bytes counts = test::randomBytes(256, seed), on = test::randomBytes(256, seed + 1);
+        const Bytes counts = randomBytes(256, seed), on = randomBytes(256, seed + 1);
         for (size_t i = 0; i < 256; ++i)
             if (on[i] % (1 + seed % 64) == 0) hist[i] = counts[i] << seed % 24;
         const int first = on[0], maxLevel = seed % 3 == 0 ? counts[1] : seed % 3 == 1 ? 255 : 2;
@@ -79,14 +77,14 @@ TEST(Iterate, RoundsEqualThePlainForm) {
 }
 
 TEST(Iterate, BinarizationsEqualTheirPlainForm) {
-    for (kelSize size : test::awkwardSizes({{200, 60}}))
+    for (kelSize size : awkwardSizes({{200, 60}}))
         for (unsigned seed = 0; seed < 6; ++seed) {
             const int offset = seed == 3 ? -300 : seed == 4 ? 2147483647 : int(seed) * 5 - 12;
             const int minThres = seed == 5 ? 130 : seed == 2 ? 100 : 40;
             Bytes src = seed % 2 == 0 || area(size) == 0
-                            ? test::page(size, 1).samples
-                            : test::randomBytes(area(size), seed, seed * 30, seed == 1 ? 1 : 70);
-            const Counts hist = test::histogramOf(src);
+                            ? page(size, 1).samples
+                            : randomBytes(area(size), seed, seed * 30, seed == 1 ? 1 : 70);
+            const Counts hist = histogramOf(src);
             const int cut = int(double(src.size()) * 0.005);
             int low = 0, high = 255;
             for (int i = 255; i >= 0; --i)  // the number of samples at and below i sinks
@@ -115,7 +113,7 @@ TEST(Iterate, BinarizationsEqualTheirPlainForm) {
                 ASSERT_EQ(thres, src.empty() ? 3 : level) << seed;
                 const Bytes marked = wholeAndPart(src, size, level, inInk, onPaper);
                 ASSERT_EQ(out.bytes(), found ? marked : Bytes(src.size(), 0xAB))
-                    << ::testing::PrintToString(size) << " " << seed;
+                    << size << " " << seed;
                 KelBinarizeThreshold_WholeAndPart(inPlace.data(), inPlace.data(), size, level,
                                                   inInk, onPaper);
                 ASSERT_EQ(inPlace.bytes(), marked);
@@ -124,14 +122,14 @@ TEST(Iterate, BinarizationsEqualTheirPlainForm) {
 }
 
 TEST(PartArea, EqualsThePlainForm) {
-    for (kelSize size : test::awkwardSizes({{20, 21}}))
+    for (kelSize size : awkwardSizes({{20, 21}}))
         for (unsigned seed = 0; seed < 24; ++seed) {
             const int channels = int(seed % 4), mx = int(seed % 5), my = 1 + int(seed % 7);
             const int thres = seed < 20 ? 30 + 10 * int(seed) : seed % 2 == 0 ? -5 : 300;
             const int w = size.width, h = size.height;
             const size_t n = area(size);
-            Bytes src = test::randomBytes((channels == 1 ? 1 : 3) * n, seed);
-            Bytes marks = test::randomBytes(area(size), seed + 9, 0, 2 + seed % 3);
+            Bytes src = randomBytes((channels == 1 ? 1 : 3) * n, seed);
+            Bytes marks = randomBytes(area(size), seed + 9, 0, 2 + seed % 3);
             Guarded out(marks);
             ASSERT_EQ(KelBinarizePartArea(src.data(), out.data(), w, h, channels, mx, my, thres),
                       0);
@@ -154,7 +152,7 @@ TEST(PartArea, EqualsThePlainForm) {
                     --x;
                 if (x > w / 2 && at(x) != size_t(w - 1)) marks[at(x)] = 255;
             }
-            ASSERT_EQ(out.bytes(), marks) << ::testing::PrintToString(size) << " seed " << seed;
+            ASSERT_EQ(out.bytes(), marks) << size << " seed " << seed;
         }
 }
 

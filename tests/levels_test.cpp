@@ -8,9 +8,7 @@
 #include "kel_ImageBasicProcess.h"
 #include "support.h"
 
-using test::area;
-using test::Bytes;
-using test::Guarded;
+using namespace test;
 
 namespace {
 
@@ -44,7 +42,7 @@ Stretch stretched(const Counts& hist, int total, double lowRate, double highRate
 }
 
 Bytes adjusted(Bytes plane, double lowRate, double highRate) {
-    const Stretch s = stretched(test::histogramOf(plane), int(plane.size()), lowRate, highRate);
+    const Stretch s = stretched(histogramOf(plane), int(plane.size()), lowRate, highRate);
     for (auto& v : plane)
         if (s.result == 0)
             v = static_cast<unsigned char>(v <= s.lowLevel ? 0 : v >= s.highLevel ? 255 : s.map[v]);
@@ -54,7 +52,7 @@ Bytes adjusted(Bytes plane, double lowRate, double highRate) {
 // Narrow, wide, one-sided and flat planes.
 Bytes plane(kelSize size, unsigned seed) {
     const unsigned lowest = seed * 37 % 256, range = 1 + seed * seed * 3 % (256 - lowest);
-    Bytes samples = test::randomBytes(area(size), seed, lowest, range);
+    Bytes samples = randomBytes(area(size), seed, lowest, range);
     for (size_t i = 0; i < samples.size(); i += 3)
         if (seed % 4 == 3) samples[i] = 255;
     return samples;
@@ -64,14 +62,14 @@ const std::pair<double, double> kRates[] = {{0.01, 0.01}, {0, 0},   {0.3, 0.05},
                                             {0.2, 1},     {-1, -1}, {2, 0},      {0.5, 0.45}};
 
 TEST(Levels, EqualTheirPlainForms) {
-    for (kelSize size : test::awkwardSizes({{150, 90}}))
+    for (kelSize size : awkwardSizes({{150, 90}}))
         for (unsigned seed = 0; seed < 16; ++seed)
             for (const auto& [lowRate, highRate] : kRates) {
                 Bytes planes[3] = {plane(size, seed), plane(size, seed + 5), plane(size, seed + 9)};
                 const int total = int(planes[0].size());
                 Counts hist(256, -1);
                 ASSERT_EQ(KelCalHist(planes[0].data(), size, hist.data()), 0);
-                ASSERT_EQ(hist, test::histogramOf(planes[0]));
+                ASSERT_EQ(hist, histogramOf(planes[0]));
                 Stretch got;
                 got.result = KelHistSegProportion(hist.data(), total, lowRate, highRate,
                                                   got.map.data(), &got.lowLevel, &got.highLevel);
@@ -98,7 +96,7 @@ TEST(Levels, EqualTheirPlainForms) {
 }
 
 Bytes equalised(Bytes plane) {
-    const Counts hist = test::histogramOf(plane);
+    const Counts hist = histogramOf(plane);
     const double count = double(plane.size());
     for (auto& v : plane)
         v = static_cast<unsigned char>(std::accumulate(&hist[0], &hist[v] + 1, 0) * 255.0 / count);
@@ -107,8 +105,8 @@ Bytes equalised(Bytes plane) {
 
 TEST(Levels, EqualisationNeedsNoDisplay) {
     unsetenv("DISPLAY");  // a window would wait for a key
-    for (kelSize size : test::awkwardSizes()) {
-        Bytes src = test::page(size, 1).samples;
+    for (kelSize size : awkwardSizes()) {
+        Bytes src = page(size, 1).samples;
         Guarded inPlace(src), apart(src.size());
         KelHistAver(src.data(), apart.data(), size);
         KelHistAver(inPlace.data(), inPlace.data(), size);
@@ -119,7 +117,7 @@ TEST(Levels, EqualisationNeedsNoDisplay) {
 
 // Run by windows_test.sh, which has a display and presses a key.
 TEST(Levels, DISABLED_WindowsWaitForAKey) {
-    Bytes src = test::page({320, 200}, 1).samples, out(src.size());
+    Bytes src = page({320, 200}, 1).samples, out(src.size());
     KelHistAver(src.data(), out.data(), {320, 200});
     EXPECT_EQ(out, equalised(src));
 }

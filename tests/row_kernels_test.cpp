@@ -10,9 +10,7 @@
 #include "support.h"
 
 using namespace kel::detail;
-using test::Bytes;
-using test::eachByte;
-using test::Guarded;
+using namespace test;
 
 namespace {
 
@@ -53,7 +51,7 @@ TEST_P(Levels, IsTheLevelAskedFor) {
 
 TEST_P(Levels, Colours) {
     for (unsigned n = 0; n <= 130; ++n) {
-        const Bytes in = test::randomBytes(3 * n + 24, n), pixels = test::randomBytes(3 * n + 8, n);
+        const Bytes in = randomBytes(3 * n + 24, n), pixels = randomBytes(3 * n + 8, n);
         const unsigned char* const p[3] = {&in[n % 5], &in[n % 5 + n + 8], &in[n % 5 + 2 * n + 16]};
         const unsigned char* const pixel = &pixels[n % 5];
         Guarded planes[3] = {Guarded(n), Guarded(n), Guarded(n)};
@@ -71,9 +69,8 @@ TEST_P(Levels, Colours) {
                       eachByte(n, [&](size_t i) { return pixel[3 * i + 2 - c]; }))
                 << n;
         ASSERT_EQ(merged.bytes(), eachByte(3 * n, [&](size_t i) { return p[2 - i % 3][i / 3]; }));
-        ASSERT_EQ(grey.bytes(), eachByte(n, [&](size_t i) {
-                      return test::luminance(p[0][i], p[1][i], p[2][i]);
-                  }));
+        ASSERT_EQ(grey.bytes(),
+                  eachByte(n, [&](size_t i) { return luminance(p[0][i], p[1][i], p[2][i]); }));
         ASSERT_EQ(binary.bytes(), eachByte(n, [&](size_t i) { return p[0][i] > 100 ? 0 : 255; }));
         ASSERT_EQ(cells.bytes(), eachByte(2 * n,
                                           [&](size_t i) {  // the mean, then the sample
@@ -89,7 +86,7 @@ TEST_P(Levels, Colours) {
 
 TEST_P(Levels, BitsSumsAndHalves) {
     for (unsigned n = 0; n <= 200; ++n) {
-        Bytes in = test::randomBytes(2 * n + 8, n), below = test::randomBytes(2 * n + 8, n + 1000);
+        Bytes in = randomBytes(2 * n + 8, n), below = randomBytes(2 * n + 8, n + 1000);
         for (size_t i = 0; i < in.size(); ++i)
             if (below[i] % 3 != 0) in[i] = n % 2 == 0 ? 0 : static_cast<unsigned char>(1 << i % 8);
         const unsigned char *const p = &in[n % 5], *const q = &below[n % 5];
@@ -122,7 +119,7 @@ TEST_P(Levels, BitsSumsAndHalves) {
 
 TEST_P(Levels, FullSamplesChangesAndSpreadBits) {
     for (unsigned n = 0; n <= 200; ++n) {
-        const Bytes in = test::randomBytes(n + 8, n, 254, n % 2 == 0 ? 2 : 60);
+        const Bytes in = randomBytes(n + 8, n, 254, n % 2 == 0 ? 2 : 60);
         std::vector<int32_t> numbers(n + 2);
         for (unsigned i = 1; i < n; ++i)
             numbers[i] = numbers[i - 1] + (i % 7 == 0);
@@ -141,7 +138,7 @@ TEST_P(Levels, FullSamplesChangesAndSpreadBits) {
         std::vector<uint64_t> rows[5], scratch(words + 2, 77);
         const uint64_t* row[5];
         for (unsigned k = 0; k < 5; ++k) {
-            for (const unsigned char b : test::randomBytes(words, n + k, 0, 64))
+            for (const unsigned char b : randomBytes(words, n + k, 0, 64))
                 rows[k].push_back(b < 8 ? uint64_t{0x8000000000000001U} >> b << b : 0);
             row[k] = rows[k].data();
         }
@@ -159,8 +156,8 @@ TEST_P(Levels, FullSamplesChangesAndSpreadBits) {
 
 TEST_P(Levels, TablesAndCounts) {
     for (unsigned n = 0; n <= 600; n += n < 70 || n > 250 ? 1 : 7) {
-        const Bytes in = test::randomBytes(n + 5, n), table = test::randomBytes(256, n + 1),
-                    mask = test::randomBytes(n + 1, n, 0, 2);
+        const Bytes in = randomBytes(n + 5, n), table = randomBytes(256, n + 1),
+                    mask = randomBytes(n + 1, n, 0, 2);
         const unsigned char* const p = &in[n % 5];
         const size_t words = (n + 63) / 64;
         Guarded out(n), same(Bytes(p, p + n)), binary(n), marks(8 * words), candidates(8 * words);
@@ -192,7 +189,7 @@ TEST_P(Levels, TablesAndCounts) {
 
 TEST_P(Levels, ReversalsAndTranspositions) {
     for (unsigned n = 0; n <= 80; ++n) {
-        const Bytes in = test::randomBytes(100 * n, n);
+        const Bytes in = randomBytes(100 * n, n);
         const unsigned count = n > 0 ? 100 * n - n % 7 : 0;
         Guarded reversed(count), turned(100 * n);
         kernels.reverseBytes(in.data(), reversed.data(), count);
@@ -204,7 +201,7 @@ TEST_P(Levels, ReversalsAndTranspositions) {
     for (unsigned bytes = 1; bytes <= 200; bytes += 1 + bytes / 40)
         for (const size_t rows : {0U, 1U, 2U, 5U})
             for (const bool stream : {false, true}) {
-                const Bytes in = test::randomBytes(bytes * rows, bytes, 0, 3);
+                const Bytes in = randomBytes(bytes * rows, bytes, 0, 3);
                 Guarded turned(in.size()), marked(in.size());
                 kernels.turnRows(in.data(), turned.data(), bytes, rows, stream);
                 kernels.turnRowsMarked(in.data(), marked.data(), bytes, rows, 9, stream);
@@ -235,8 +232,8 @@ void expectFolds(const RowKernels& kernels, const Colours& p, float spreadRatio,
                         liftRatio);
     for (size_t i = 0; i < spread.size(); ++i) {
         const int r = p.r[i], g = p.g[i], b = p.b[i];
-        ASSERT_EQ(spread[i], test::greySpread(r, g, b, spreadRatio)) << spreadRatio << " " << i;
-        ASSERT_EQ(lifted[i], test::redLift(r, g, b, liftRatio)) << liftRatio << " " << i;
+        ASSERT_EQ(spread[i], greySpread(r, g, b, spreadRatio)) << spreadRatio << " " << i;
+        ASSERT_EQ(lifted[i], redLift(r, g, b, liftRatio)) << liftRatio << " " << i;
     }
 }
 
@@ -244,7 +241,7 @@ void expectLuminance(const RowKernels& kernels, const Colours& p) {
     Bytes out(p.r.size());
     kernels.luminance(p.r.data(), p.g.data(), p.b.data(), out.data(), out.size());
     for (size_t i = 0; i < out.size(); ++i)
-        ASSERT_EQ(out[i], test::luminance(p.r[i], p.g[i], p.b[i])) << +p.r[i] << " " << i;
+        ASSERT_EQ(out[i], luminance(p.r[i], p.g[i], p.b[i])) << +p.r[i] << " " << i;
 }
 
 TEST_P(Levels, EveryTriple) {

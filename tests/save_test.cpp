@@ -95,10 +95,12 @@ TEST(Save, SpecialCompressions) {
     for (const Row& row : rows) {
         SCOPED_TRACE(row.format + std::to_string(row.type));
         Bytes data = randomBytes(120 * size_t(row.channels), 5);
+        data[0] = 127;
         const auto check = [&](const LoadedPage& file, const char* compression) {
             EXPECT_EQ(file.format, row.format);
             EXPECT_EQ(file.compression, compression);
             EXPECT_EQ(file.channels, row.channelsRead);
+            EXPECT_EQ(file.width, 20);
             EXPECT_EQ(file.x, 0.0);
             Bytes expected = row.channelsRead == row.channels ? data : greyOf(data, row.channels);
             for (auto& sample : expected)
@@ -190,6 +192,7 @@ TEST(Save, RecordsByTheirName) {
          {std::pair{path, 0}, {"p.x", -1}, {"noextension", -2}, {"page.Png", -3}})
         EXPECT_EQ(KelSaveKelImage(std::string(name).data(), &record), result) << name;
     EXPECT_EQ(loadedPage(path).samples, grey);
+    EXPECT_EQ(loadedPage(path).width, 7);
     EXPECT_EQ(KelSaveUserImage(scratchPath("user.Png").c_str(), grey.data(), 7, 5, 1), 0);
     EXPECT_EQ(KelSaveUserImage("user", grey.data(), 7, 5, 1), -2);
 }
@@ -197,8 +200,10 @@ TEST(Save, RecordsByTheirName) {
 TEST(Encode, ResolutionAndQuality) {
     Bytes data(40 * 30, 77);
     for (const char* format : {"BMP", "TIFF", "JPEG"})
-        for (const auto& [x, y, isStored] :
-             {std::tuple{300.0F, 200.0F, true}, {300.0F, 0.0F, false}, {-1.0F, 300.0F, false}}) {
+        for (const auto& [x, y, isStored] : {std::tuple{300.0F, 200.0F, true},
+                                             {300.0F, 0.0F, false},
+                                             {0.0F, 300.0F, false},
+                                             {-1.0F, 300.0F, false}}) {
             unsigned char* block = nullptr;
             int length = 0;
             EXPECT_EQ(Kel_Convert2ImgFileBuffer_Params(data.data(), 40, 30, 1, format, &block,

@@ -7,7 +7,7 @@
 #include "kel_ImageStorage.h"
 #include "support.h"
 
-using test::Bytes;
+using namespace test;
 
 namespace {
 

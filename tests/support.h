@@ -140,6 +140,6 @@ inline unsigned char compared(int sample, int thres, int isOpp) {
 
 }  // namespace test
 
-inline void PrintTo(kelSize s, std::ostream* out) {
-    *out << s.width << "x" << s.height;
+inline std::ostream& operator<<(std::ostream& out, kelSize s) {
+    return out << s.width << "x" << s.height;
 }

@@ -6,10 +6,8 @@
 #include "kel_ImageBasicProcess.h"
 #include "kel_segment.h"
 
-using test::area;
-using test::Bytes;
-using test::Guarded;
 using Params = kelBinrizeWholeAndPartParams;
+using namespace test;
 
 namespace {
 
@@ -42,7 +40,7 @@ int plainLevel(Bytes grey, kelSize size, int below, const Params& p) {
     if (n == 0) low = 0, high = 255;
     unsigned char t = 0;
     if (KelGetThreshold(hist, 0, 0, 0, static_cast<unsigned char>((low + high) >> 1), &t, 255) == 0)
-        t = static_cast<unsigned char>(test::estimatedLevel(grey, nullptr, size));
+        t = static_cast<unsigned char>(estimatedLevel(grey, nullptr, size));
     if (p.isToJudge != 0) {
         double sum = 0, used = 0;
         for (int i = 0; i < 256; ++i)
@@ -71,11 +69,10 @@ TEST(WholeAndPart, EqualsItsPlainForm) {
         for (int channels : {1, 3})
             for (int kind : {0, 1, 2})
                 for (Params p : manyParams()) {
-                    Bytes src = channels == 3 ? test::stampedPage(size).samples
-                                              : test::page(size, 1).samples;
+                    Bytes src = channels == 3 ? stampedPage(size).samples : page(size, 1).samples;
                     if (kind > 0) src.assign(src.size(), kind == 1 ? 252 : 90);
                     const Bytes before = src;
-                    const Bytes grey = test::greyOf(src, channels);
+                    const Bytes grey = greyOf(src, channels);
                     const Bytes part = partOf(grey, 1, size, p);
                     Guarded out(area(size));
                     const auto wrap = [](int64_t v) { return static_cast<int32_t>(v); };
@@ -103,7 +100,7 @@ TEST(WholeAndPart, EqualsItsPlainForm) {
                             if (2 * work[i] - (work[n + i] + work[2 * n + i]) >
                                 2 * int64_t{p.err_red_thres})
                                 work[i] = work[n + i] = work[2 * n + i] = 255;
-                        Bytes workGrey = test::greyOf(work, channels);
+                        Bytes workGrey = greyOf(work, channels);
                         const int sum =
                             wrap(int64_t{p.thres_err} +
                                  KelAutoThresholdValue3(workGrey.data(), nullptr, size));
@@ -118,7 +115,7 @@ TEST(WholeAndPart, EqualsItsPlainForm) {
 
 TEST(WholeAndPart, UnknownPlaneCountsAndNoPixels) {
     const kelSize size{31, 20};
-    Bytes src = test::page(size, 3).samples;
+    Bytes src = page(size, 3).samples;
     const Bytes plane(src.begin(), src.begin() + 31 * 20);
     Params p = manyParams()[1];
     Guarded out(area(size)), one(area(size));
@@ -140,11 +137,11 @@ TEST(WholeAndPart, UnknownPlaneCountsAndNoPixels) {
 
 TEST(WholeAndPart, OfWhatHasAHue) {
     const kelSize size{97, 61};
-    Bytes image = test::stampedPage(size).samples;
+    Bytes image = stampedPage(size).samples;
     Params p = manyParams()[0];
     for (int flag : {1, 0, 256, 257}) {
         kelHSVSegConfig c{0.1, 340, 20, flag, 0, 9, 5, -10, 20, 30, 100, 200, 99, 90};
-        Bytes mask(area(size)), grey = test::greyOf(image, 3), expected(area(size));
+        Bytes mask(area(size)), grey = greyOf(image, 3), expected(area(size));
         unsigned char level = 0;
         KelSegementImage_hsv(image.data(), size, mask.data(), 0.1, 340, 20, flag % 256 != 0, 0,
                              &level, 9, 5, -10, 3, 3, 10);
