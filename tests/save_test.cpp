@@ -257,7 +257,7 @@ TEST(Encode, BitmapsInMemory) {
 }
 
 TEST(OlderLoaders, PagesReportsAndCodes) {
-    const Im cmyk = randomIm(9, 4, IM_CMYK), grey = randomIm(9, 4, IM_GRAY),
+    const Im cmyk = randomIm(9, 4, IM_CMYK, IM_BYTE, 5), grey = randomIm(9, 4, IM_GRAY),
              wide = randomIm(9, 4, IM_CMYK, IM_USHORT), rgb = randomIm(9, 4, IM_RGB);
     const std::string path = writeFile("old.tif", "TIFF", {cmyk.get(), grey.get()});
     const unsigned char* const inks = samplesOf(*cmyk);
@@ -292,7 +292,7 @@ TEST(OlderLoaders, PagesReportsAndCodes) {
     imImage* read = nullptr;
     ASSERT_EQ(ReadImageFile2Buffer(file.data(), int(file.size()), &read, nullptr), 0);
     EXPECT_EQ(channelImageOf(*Im(read)), expected);
-    imImage *repaired = randomIm(9, 4, IM_CMYK).release(), *none = nullptr;
+    imImage *repaired = randomIm(9, 4, IM_CMYK, IM_BYTE, 5).release(), *none = nullptr;
     FixImImageBug(path.c_str(), &repaired);
     EXPECT_EQ(channelImageOf(*Im(repaired)), expected);
     FixImImageBug("/no/such/file", &none);
