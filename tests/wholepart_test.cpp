@@ -56,11 +56,12 @@ std::vector<Params> manyParams() {
     std::vector<Params> all(8, base);
     all[1].method = 2, all[1].isOpp = 0, all[1].isToJudge = 0;
     all[2].up = all[2].down = 0, all[2].isOpp = 0;
-    all[3].thres_err = -300, all[3].err_aver_thres = 1e9, all[3].thres_whole_err = 1000;
+    all[3].thres_err = -300, all[3].err_aver_thres = 1e9, all[3].thres_whole_err = 1000,
+    all[3].isToJudge = 2;
     all[4].up = 2000, all[4].down = 2000, all[4].method = 1, all[4].thres = 200;
     all[5].thres_err = 120, all[5].grey_thres = -7, all[5].up = -10, all[5].down = -20;
     all[6].thres_err = 2147483647, all[6].down = -2147483647 - 1, all[6].up = 2147483647;
-    all[7].err_red_thres = 2147483647, all[7].grey_thres = 999, all[7].isToJudge = 255;
+    all[7].err_red_thres = 2147483647, all[7].grey_thres = 999;
     return all;
 }
 
