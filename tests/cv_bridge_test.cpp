@@ -7,9 +7,7 @@
 #include "kel_cv.h"
 #include "support.h"
 
-using test::area;
-using test::Bytes;
-using test::Guarded;
+using namespace test;
 
 namespace {
 
@@ -17,7 +15,7 @@ namespace {
 struct Interleaved {
     Interleaved(kelSize size, int channels, int padding, unsigned seed)
         : stride(size.width * channels + padding),
-          buffer(test::randomBytes(size_t(stride * size.height), seed)) {
+          buffer(randomBytes(size_t(stride * size.height), seed)) {
         cvInitImageHeader(&header, cvSize(size.width, size.height), IPL_DEPTH_8U, channels);
         header.widthStep = stride;
         header.imageData = reinterpret_cast<char*>(buffer.data());
@@ -58,7 +56,7 @@ void crossBothWays(kelSize size, int channels, int padding, CvRect r, bool whole
 
 TEST(CvBridge, ImagesAndRegionsCrossBothWays) {
     for (int channels : {1, 3}) {
-        for (kelSize size : test::awkwardSizes())
+        for (kelSize size : awkwardSizes())
             for (int padding : {0, 5})
                 if (area(size) > 0)
                     crossBothWays(size, channels, padding, cvRect(0, 0, size.width, size.height),
@@ -93,32 +91,27 @@ TEST(RegionGuards, FollowTheirTable) {
         int mode, result;
         CvRect after;
     };
-    const CvRect inside = cvRect(10, 10, 90, 40), wide = cvRect(90, 0, 20, 10);
-    const CvRect left = cvRect(-5, 3, 20, 10), negative = cvRect(5, 5, -1, 3);
-    const CvRect atRight = cvRect(100, 0, 1, 1), below = cvRect(0, 50, 1, 1);
-    const CvRect huge = cvRect(1, 1, 2147483647, 2147483647);
+    const CvRect inside{10, 10, 90, 40}, wide{90, 0, 20, 10}, left{-5, 3, 20, 10},
+        right{100, 0, 1, 1}, below{0, 50, 1, 1}, negative{5, 5, -1, 3}, huge{1, 1, 2147483647, 9};
     const Case cases[] = {{inside, 0, 0, inside},
                           {wide, 0, -1, wide},
-                          {wide, 1, 1, cvRect(90, 0, 10, 10)},
-                          {wide, 7, 1, cvRect(90, 0, 10, 10)},
-                          {left, 0, -1, left},
-                          {left, 1, -1, left},
+                          {wide, 1, 1, {90, 0, 10, 10}},
+                          {wide, 7, 1, {90, 0, 10, 10}},
                           {left, 3, -1, left},
-                          {left, 2, 0, cvRect(0, 3, 20, 10)},
-                          {cvRect(-5, 3, 120, 10), 2, 1, cvRect(0, 3, 100, 10)},
-                          {cvRect(-5, -6, 120, 80), 2, 1, cvRect(0, 0, 100, 50)},
-                          {atRight, 2, -1, atRight},
+                          {left, 2, 0, {0, 3, 20, 10}},
+                          {{-5, -6, 120, 80}, 2, 1, {0, 0, 100, 50}},
+                          {right, 2, -1, right},
                           {below, 2, -1, below},
                           {negative, 2, -1, negative},
-                          {huge, 1, 1, cvRect(1, 1, 99, 49)}};
+                          {huge, 1, 1, {1, 1, 99, 9}}};
     Interleaved image({100, 50}, 1, 0, 1);
     for (const auto& c : cases) {
         CvRect a = c.rect, b = c.rect, d = c.rect;
-        EXPECT_EQ(Kel_cvSetImageROI_Protect(&image.header, &a, c.mode), c.result);
-        EXPECT_EQ(
-            Kel_cvSetImageROI_Protect1(&image.header, &b.x, &b.y, &b.width, &b.height, c.mode),
-            c.result);
-        EXPECT_EQ(KelSegImageProtect1({100, 50}, &d, c.mode), c.result);
+        EXPECT_EQ((std::vector<int>{Kel_cvSetImageROI_Protect(&image.header, &a, c.mode),
+                                    Kel_cvSetImageROI_Protect1(&image.header, &b.x, &b.y, &b.width,
+                                                               &b.height, c.mode),
+                                    KelSegImageProtect1({100, 50}, &d, c.mode)}),
+                  std::vector<int>(3, c.result));
         for (CvRect rect : {a, b, d})
             EXPECT_EQ(cv::Rect(rect), cv::Rect(c.after)) << "mode " << c.mode;
     }

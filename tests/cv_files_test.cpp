@@ -15,14 +15,14 @@
 #include "support.h"
 
 namespace fs = std::filesystem;
-using test::Bytes;
+using namespace test;
 
 namespace {
 
 struct Files : ::testing::Test {
     std::string path(const char* name) const { return (scratch.path / name).string(); }
 
-    const test::ScratchFolder scratch;
+    const ScratchFolder scratch;
 };
 
 /// The outputs of a load, with marks where nothing was written.
@@ -38,23 +38,21 @@ struct Loaded {
 };
 
 TEST_F(Files, SavedImagesComeBack) {
-    Bytes colour = test::randomBytes(13 * 7 * 3, 5);
+    Bytes colour = randomBytes(13 * 7 * 3, 5);
     ASSERT_EQ(KelSaveImage(colour.data(), 3, {13, 7}, path("c.png").c_str()), 0);
     const Loaded back(path("c.png"));
-    EXPECT_EQ(back.width * 100 + back.height * 10 + back.channels, 1373);
+    EXPECT_EQ(std::pair(back.width, back.channels), std::pair(13, 3));
     EXPECT_EQ(back.bytes(), colour);
 
     // Two planes make a grey image of the first.
     ASSERT_EQ(KelSaveImage(colour.data(), 2, {13, 7}, path("g.bmp").c_str()), 0);
-    Loaded grey(path("g.bmp"), 0);
     const Bytes first(colour.begin(), colour.begin() + 91);
-    EXPECT_EQ(grey.bytes(), first);
-    Kel_ReleaseImage(grey.data);
-    EXPECT_EQ(KelLoadUserImage(path("g.bmp").c_str(), &grey.data, &grey.width, &grey.height,
-                               &grey.channels),
-              0);
-    ASSERT_EQ(grey.channels, 3);
-    EXPECT_EQ(Bytes(grey.data + 182, grey.data + 273), first);
+    EXPECT_EQ(Loaded(path("g.bmp"), 0).bytes(), first);
+    Loaded threefold("");
+    KelLoadUserImage(path("g.bmp").c_str(), &threefold.data, &threefold.width, &threefold.height,
+                     &threefold.channels);
+    ASSERT_EQ(threefold.channels, 3);
+    EXPECT_EQ(Bytes(threefold.data + 182, threefold.data + 273), first);
 
     // OpenCV refuses images without pixels, and sizes below 0.
     for (int channels : {1, 3})
@@ -65,9 +63,17 @@ TEST_F(Files, SavedImagesComeBack) {
     // A file of four channels, read as it is, gives a buffer of its size without meaning.
     std::ofstream(path("rgba.pam")) << "P7\nWIDTH 2\nHEIGHT 1\nDEPTH 4\nMAXVAL 255\n"
                                        "TUPLTYPE RGB_ALPHA\nENDHDR\nabcdefgh";
-    const Loaded rgba(path("rgba.pam"));
-    EXPECT_EQ(rgba.channels, 4);
-    EXPECT_EQ(rgba.bytes(), Bytes(8, 0));
+    EXPECT_EQ(Loaded(path("rgba.pam")).bytes(), Bytes(8, 0));
+
+    // The calls of the private module's own kind.
+    kel_SaveImage_cv(colour.data(), 13, 7, 3, path("m.bmp").c_str());
+    Loaded module("");
+    ASSERT_EQ(kel_LoadImageFiles_cv(path("m.bmp").c_str(), &module.data, &module.width,
+                                    &module.height, &module.channels),
+              0);
+    EXPECT_EQ(module.bytes(), colour);
+    kel_ReleaseImageFiles_cv(&module.data);
+    EXPECT_EQ(module.data, nullptr);
 }
 
 TEST_F(Files, NothingReadSetsTheStatedOutputs) {
@@ -76,13 +82,18 @@ TEST_F(Files, NothingReadSetsTheStatedOutputs) {
     for (const std::string& name :
          {path("missing.png"), path("text.png"), path("empty.png"), scratch.path.string()}) {
         Loaded l(name, 1);
-        EXPECT_EQ(l.result, -1) << name;
-        EXPECT_EQ(l.channels, 0);
-        EXPECT_EQ(l.width, -7);
+        EXPECT_EQ(std::pair(l.result, l.channels), std::pair(-1, 0)) << name;
         unsigned char mark = 0, *data = &mark;
         EXPECT_EQ(KelLoadUserImage(name.c_str(), &data, &l.width, &l.height, &l.height), 1);
         EXPECT_EQ(data, &mark);
-        EXPECT_EQ(l.height, -7);
+        const bool isMissing = name == path("missing.png");
+        ::testing::internal::CaptureStdout();
+        EXPECT_EQ(kel_LoadImageFiles_cv(name.c_str(), &data, &l.width, &l.height, &l.channels),
+                  isMissing ? 1 : 2);
+        EXPECT_EQ(::testing::internal::GetCapturedStdout(),
+                  isMissing ? "[Error][" + name + "] is not existed.\n" : "");
+        EXPECT_EQ(data, isMissing ? &mark : nullptr);
+        EXPECT_EQ(std::pair(l.width, l.height), std::pair(-7, -7));
     }
 }
 
@@ -92,7 +103,7 @@ TEST_F(Files, NullNamesAreLogicErrors) {
     const std::function<void()> calls[] = {
         [&] { KelLoadUserImage(nullptr, &dst, &n, &n, &n); },
         [&] {
-            KelSaveImage(&sample, 1, {1, 1}, nullptr);
+            KelSaveImage(&sample, 1, kelSize{1, 1}, nullptr);
         },
         [&] { kel_SaveImage_cv(&sample, 1, 1, 1, nullptr); },
         [&] { KelLoadImageFiles(nullptr, &n, &n, &dst, &n, 1); }};
@@ -108,28 +119,6 @@ TEST_F(Files, NullNamesAreLogicErrors) {
     }
     EXPECT_EQ(dst, nullptr);  // the last call sets its outputs first
     EXPECT_EQ(n, 0);
-}
-
-TEST_F(Files, ModuleCounterparts) {
-    Bytes colour = test::randomBytes(5 * 4 * 3, 6);
-    kel_SaveImage_cv(colour.data(), 5, 4, 3, path("c.bmp").c_str());
-    int width = 0, height = 0, channels = 0;
-    unsigned char* data = nullptr;
-    const auto load = [&](const std::string& name) {
-        return kel_LoadImageFiles_cv(name.c_str(), &data, &width, &height, &channels);
-    };
-    ASSERT_EQ(load(path("c.bmp")), 0);
-    EXPECT_EQ(Bytes(data, data + 60), colour);
-    kel_ReleaseImageFiles_cv(&data);
-    EXPECT_EQ(data, nullptr);
-
-    ::testing::internal::CaptureStdout();
-    EXPECT_EQ(load("no/such.png"), 1);
-    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "[Error][no/such.png] is not existed.\n");
-    EXPECT_EQ(channels, 3);
-    std::ofstream(path("text.png")) << "not an image";
-    EXPECT_EQ(load(path("text.png")), 2);
-    EXPECT_EQ(channels, 0);
 }
 
 }  // namespace

@@ -7,9 +7,7 @@
 #include "kel_ImageBasicProcess.h"
 #include "support.h"
 
-using test::area;
-using test::Bytes;
-using test::Guarded;
+using namespace test;
 
 namespace {
 
@@ -49,7 +47,7 @@ Bytes wholeAndPart(Bytes src, kelSize size, int thres, double low, double high) 
     if (!plain) KelBinarizeImage(src.data(), 1, local.data(), size, 1, 5, 19, 19, 0);
     for (size_t i = 0; i < src.size(); ++i) {
         const double scaled = plain ? thres : thres * (local[i] == 0 ? low : high);
-        src[i] = test::compared(src[i], scaled < 0 ? 0 : scaled > 255.0 ? 255 : int(scaled), 0);
+        src[i] = compared(src[i], scaled < 0 ? 0 : scaled > 255.0 ? 255 : int(scaled), 0);
     }
     return src;
 }
@@ -57,7 +55,7 @@ Bytes wholeAndPart(Bytes src, kelSize size, int thres, double low, double high) 
 TEST(Iterate, RoundsEqualThePlainForm) {
     for (unsigned seed = 0; seed < 200; ++seed) {
         Counts hist(256);
-        const Bytes counts = test::randomBytes(256, seed), on = test::randomBytes(256, seed + 1);
+        const Bytes counts = randomBytes(256, seed), on = randomBytes(256, seed + 1);
         for (size_t i = 0; i < 256; ++i)
             if (on[i] % (1 + seed % 64) == 0) hist[i] = counts[i] << seed % 24;
         const int first = on[0], maxLevel = seed % 3 == 0 ? counts[1] : seed % 3 == 1 ? 255 : 2;
@@ -79,18 +77,14 @@ TEST(Iterate, RoundsEqualThePlainForm) {
 }
 
 TEST(Iterate, BinarizationsEqualTheirPlainForm) {
-    std::vector<kelSize> sizes = test::awkwardSizes();
-    sizes.push_back({200, 60});
-    for (kelSize size : sizes)
+    for (kelSize size : awkwardSizes({{200, 60}}))
         for (unsigned seed = 0; seed < 6; ++seed) {
             const int offset = seed == 3 ? -300 : seed == 4 ? 2147483647 : int(seed) * 5 - 12;
             const int minThres = seed == 5 ? 130 : seed == 2 ? 100 : 40;
             Bytes src = seed % 2 == 0 || area(size) == 0
-                            ? test::page(size, 1).samples
-                            : test::randomBytes(area(size), seed, seed * 30, seed == 1 ? 1 : 70);
-            Counts hist(256);
-            for (unsigned char s : src)
-                ++hist[s];
+                            ? page(size, 1).samples
+                            : randomBytes(area(size), seed, seed * 30, seed == 1 ? 1 : 70);
+            const Counts hist = histogramOf(src);
             const int cut = int(double(src.size()) * 0.005);
             int low = 0, high = 255;
             for (int i = 255; i >= 0; --i)  // the number of samples at and below i sinks
@@ -105,45 +99,37 @@ TEST(Iterate, BinarizationsEqualTheirPlainForm) {
             if (found)
                 level = level > minThres ? int(std::clamp<int64_t>(int64_t(level) + offset, 0, 255))
                                          : 2 * minThres % 256;
-            for (const bool part : {false, true}) {
-                Guarded out(area(size));
+            const std::pair<double, double> ratios[] = {
+                {1, 1}, {0.8, 1.3}, {-1, 1e300}, {1.1, 0.5}};
+            for (const auto& [inInk, onPaper] : ratios) {
+                Guarded out(area(size)), inPlace(src);
                 unsigned char thres = 3;
                 const int result =
-                    part ? KelBinarize_qifa_WholeAndPart(src.data(), size, out.data(), thres,
-                                                         offset, minThres, 0.8, 1.3)
-                         : KelBinarize_qifa(src.data(), size, out.data(), &thres, offset, minThres);
+                    inInk == 1
+                        ? KelBinarize_qifa(src.data(), size, out.data(), &thres, offset, minThres)
+                        : KelBinarize_qifa_WholeAndPart(src.data(), size, out.data(), thres, offset,
+                                                        minThres, inInk, onPaper);
                 ASSERT_EQ(result, found ? 0 : -1) << seed;
                 ASSERT_EQ(thres, src.empty() ? 3 : level) << seed;
-                Bytes expected(src.size(), 0xAB);
-                if (found)
-                    expected = wholeAndPart(src, size, level, part ? 0.8 : 1, part ? 1.3 : 1);
-                ASSERT_EQ(out.bytes(), expected) << ::testing::PrintToString(size) << " " << seed;
+                const Bytes marked = wholeAndPart(src, size, level, inInk, onPaper);
+                ASSERT_EQ(out.bytes(), found ? marked : Bytes(src.size(), 0xAB))
+                    << size << " " << seed;
+                KelBinarizeThreshold_WholeAndPart(inPlace.data(), inPlace.data(), size, level,
+                                                  inInk, onPaper);
+                ASSERT_EQ(inPlace.bytes(), marked);
             }
         }
 }
 
-TEST(Iterate, WholeAndPartLevelsAreClampedAndWorkInPlace) {
-    for (kelSize size : {kelSize{2, 100}, kelSize{3, 3}, kelSize{70, 40}, kelSize{20, 600}})
-        for (const auto& [low, high] : {std::pair{0.9, 1.5}, {-1.0, 1e300}, {1.1, 0.5}, {0., 0.}}) {
-            Bytes src = test::page(size, 1).samples;
-            const Bytes expected = wholeAndPart(src, size, 200, low, high);
-            ASSERT_EQ(
-                KelBinarizeThreshold_WholeAndPart(src.data(), src.data(), size, 200, low, high), 0);
-            ASSERT_EQ(src, expected) << ::testing::PrintToString(size) << low;
-        }
-}
-
 TEST(PartArea, EqualsThePlainForm) {
-    std::vector<kelSize> sizes = test::awkwardSizes();
-    sizes.push_back({20, 21});
-    for (kelSize size : sizes)
+    for (kelSize size : awkwardSizes({{20, 21}}))
         for (unsigned seed = 0; seed < 24; ++seed) {
             const int channels = int(seed % 4), mx = int(seed % 5), my = 1 + int(seed % 7);
             const int thres = seed < 20 ? 30 + 10 * int(seed) : seed % 2 == 0 ? -5 : 300;
             const int w = size.width, h = size.height;
             const size_t n = area(size);
-            Bytes src = test::randomBytes((channels == 1 ? 1 : 3) * n, seed);
-            Bytes marks = test::randomBytes(area(size), seed + 9, 0, 2 + seed % 3);
+            Bytes src = randomBytes((channels == 1 ? 1 : 3) * n, seed);
+            Bytes marks = randomBytes(area(size), seed + 9, 0, 2 + seed % 3);
             Guarded out(marks);
             ASSERT_EQ(KelBinarizePartArea(src.data(), out.data(), w, h, channels, mx, my, thres),
                       0);
@@ -166,7 +152,7 @@ TEST(PartArea, EqualsThePlainForm) {
                     --x;
                 if (x > w / 2 && at(x) != size_t(w - 1)) marks[at(x)] = 255;
             }
-            ASSERT_EQ(out.bytes(), marks) << ::testing::PrintToString(size) << " seed " << seed;
+            ASSERT_EQ(out.bytes(), marks) << size << " seed " << seed;
         }
 }
 

@@ -2,33 +2,23 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <numeric>
+#include <tuple>
 
 #include "kel_ImageBasicProcess.h"
 #include "support.h"
 
-using test::area;
-using test::Bytes;
-using test::Guarded;
+using namespace test;
 
 namespace {
 
 using Counts = std::vector<int>;
 
-Counts counted(const Bytes& plane) {
-    Counts hist(256);
-    for (unsigned char s : plane)
-        ++hist[s];
-    return hist;
-}
-
 struct Stretch {
     int result = -1;
     Counts map = Counts(256, -7);
     int lowLevel = 1000, highLevel = 2000;
-    bool operator==(const Stretch& s) const {
-        return result == s.result && map == s.map && lowLevel == s.lowLevel &&
-               highLevel == s.highLevel;
-    }
+    auto all() const { return std::tie(result, map, lowLevel, highLevel); }
 };
 
 Stretch stretched(const Counts& hist, int total, double lowRate, double highRate) {
@@ -52,7 +42,7 @@ Stretch stretched(const Counts& hist, int total, double lowRate, double highRate
 }
 
 Bytes adjusted(Bytes plane, double lowRate, double highRate) {
-    const Stretch s = stretched(counted(plane), int(plane.size()), lowRate, highRate);
+    const Stretch s = stretched(histogramOf(plane), int(plane.size()), lowRate, highRate);
     for (auto& v : plane)
         if (s.result == 0)
             v = static_cast<unsigned char>(v <= s.lowLevel ? 0 : v >= s.highLevel ? 255 : s.map[v]);
@@ -62,7 +52,7 @@ Bytes adjusted(Bytes plane, double lowRate, double highRate) {
 // Narrow, wide, one-sided and flat planes.
 Bytes plane(kelSize size, unsigned seed) {
     const unsigned lowest = seed * 37 % 256, range = 1 + seed * seed * 3 % (256 - lowest);
-    Bytes samples = test::randomBytes(area(size), seed, lowest, range);
+    Bytes samples = randomBytes(area(size), seed, lowest, range);
     for (size_t i = 0; i < samples.size(); i += 3)
         if (seed % 4 == 3) samples[i] = 255;
     return samples;
@@ -72,25 +62,22 @@ const std::pair<double, double> kRates[] = {{0.01, 0.01}, {0, 0},   {0.3, 0.05},
                                             {0.2, 1},     {-1, -1}, {2, 0},      {0.5, 0.45}};
 
 TEST(Levels, EqualTheirPlainForms) {
-    std::vector<kelSize> sizes = test::awkwardSizes();
-    sizes.push_back({150, 90});
-    for (kelSize size : sizes)
+    for (kelSize size : awkwardSizes({{150, 90}}))
         for (unsigned seed = 0; seed < 16; ++seed)
             for (const auto& [lowRate, highRate] : kRates) {
                 Bytes planes[3] = {plane(size, seed), plane(size, seed + 5), plane(size, seed + 9)};
-                const Counts hist = counted(planes[0]);
-                Counts ours(256, -1);
-                ASSERT_EQ(KelCalHist(planes[0].data(), size, ours.data()), 0);
-                ASSERT_EQ(ours, hist);
                 const int total = int(planes[0].size());
+                Counts hist(256, -1);
+                ASSERT_EQ(KelCalHist(planes[0].data(), size, hist.data()), 0);
+                ASSERT_EQ(hist, histogramOf(planes[0]));
                 Stretch got;
-                got.result = KelHistSegProportion(ours.data(), total, lowRate, highRate,
+                got.result = KelHistSegProportion(hist.data(), total, lowRate, highRate,
                                                   got.map.data(), &got.lowLevel, &got.highLevel);
-                ASSERT_TRUE(got == stretched(hist, total, lowRate, highRate)) << seed << lowRate;
+                ASSERT_TRUE(got.all() == stretched(hist, total, lowRate, highRate).all()) << seed;
                 for (const char channel : {'R', 'G', 'B', 'r', '1'}) {
                     const int channels = channel == '1' ? 1 : 3 + int(seed % 3) * 2;
                     Bytes src, result;
-                    for (int c = 0; c < (channels == 1 ? 1 : 3); ++c) {
+                    for (int c = 0; c < std::min(channels, 3); ++c) {
                         const Bytes& p = planes[c];
                         const bool copied = channels != 1 && channel < 'a' && "RGB"[c] != channel;
                         const Bytes to = copied ? p : adjusted(p, lowRate, highRate);
@@ -109,21 +96,17 @@ TEST(Levels, EqualTheirPlainForms) {
 }
 
 Bytes equalised(Bytes plane) {
-    const Counts hist = counted(plane);
+    const Counts hist = histogramOf(plane);
     const double count = double(plane.size());
-    for (auto& v : plane) {
-        double sum = 0;
-        for (int i = 0; i <= v; ++i)
-            sum += hist[size_t(i)];
-        v = static_cast<unsigned char>(sum * 255.0 / count);
-    }
+    for (auto& v : plane)
+        v = static_cast<unsigned char>(std::accumulate(&hist[0], &hist[v] + 1, 0) * 255.0 / count);
     return plane;
 }
 
 TEST(Levels, EqualisationNeedsNoDisplay) {
     unsetenv("DISPLAY");  // a window would wait for a key
-    for (kelSize size : test::awkwardSizes()) {
-        Bytes src = test::page(size, 1).samples;
+    for (kelSize size : awkwardSizes()) {
+        Bytes src = page(size, 1).samples;
         Guarded inPlace(src), apart(src.size());
         KelHistAver(src.data(), apart.data(), size);
         KelHistAver(inPlace.data(), inPlace.data(), size);
@@ -134,7 +117,7 @@ TEST(Levels, EqualisationNeedsNoDisplay) {
 
 // Run by windows_test.sh, which has a display and presses a key.
 TEST(Levels, DISABLED_WindowsWaitForAKey) {
-    Bytes src = test::page({320, 200}, 1).samples, out(src.size());
+    Bytes src = page({320, 200}, 1).samples, out(src.size());
     KelHistAver(src.data(), out.data(), {320, 200});
     EXPECT_EQ(out, equalised(src));
 }

@@ -17,23 +17,37 @@ struct Parallel : ::testing::Test {
     void TearDown() override { forceTeamSize(0); }
 };
 
+/// Adds to `sums` in shares, the same memory by other threads each time.
+void addUp(std::vector<int>& sums, int turns) {
+    for (int turn = 0; turn < turns; ++turn)
+        runRows(4, int(sums.size()), [&](RowRange range) {
+            for (int y = range.first; y < range.end; ++y)
+                ++sums[size_t(y)];
+        });
+}
+
 TEST_F(Parallel, EveryRowAndSectionOnceInEveryTeam) {
     for (int threads : {1, 2, 3, 4, 7}) {
         forceTeamSize(threads);
-        for (int rows : {0, 1, 2, 5, 100, 1003}) {
-            for (int turn = 0; turn < 5; ++turn) {  // the same memory by other threads
-                std::vector<int> done(static_cast<size_t>(rows), turn);
-                runRows(4, rows, [&](RowRange range) {
-                    for (int y = range.first; y < range.end; ++y)
-                        ++done[static_cast<size_t>(y)];
-                });
-                EXPECT_EQ(done, std::vector<int>(static_cast<size_t>(rows), turn + 1));
-            }
+        for (size_t rows : {0, 1, 2, 5, 100, 1003}) {
+            std::vector<int> done(rows), one(rows), two(rows);
+            std::thread other([&] { addUp(one, 5); }), another([&] { addUp(two, 5); });
+            addUp(done, 5);
+            other.join();
+            another.join();
+            for (const auto* sums : {&done, &one, &two})
+                EXPECT_EQ(*sums, std::vector<int>(rows, 5));
         }
-        int sections[3] = {};
-        runSections(2, 3, [&](int i) { sections[i] += i + 1; });
-        EXPECT_EQ(std::accumulate(sections, sections + 3, 0), 6);
+        std::vector<int> sections(4), ended(4);
+        runSections(2, 3, [&](int i) { sections[size_t(i)] += i + 1; });
+        EXPECT_EQ(sections, (std::vector<int>{1, 2, 3, 0}));
         EXPECT_EQ(teamSize(4), std::min(threads, 4));
+        const auto throwing = [&](int i) {
+            ended[size_t(i)] = 1;
+            if (i == 3 || threads > 1) throw std::runtime_error("stop");
+        };
+        EXPECT_THROW(runSections(4, 4, throwing), std::runtime_error);
+        EXPECT_GE(std::accumulate(ended.begin(), ended.end(), 0), std::min(threads, 4));
     }
     forceTeamSize(0);
     EXPECT_GE(teamSize(4), 1);
@@ -42,7 +56,7 @@ TEST_F(Parallel, EveryRowAndSectionOnceInEveryTeam) {
 }
 
 TEST_F(Parallel, SharesAreBlocksInOrderTheLongerFirst) {
-    for (int rows : {0, 1, 4, 5, 11}) {
+    for (int rows : {0, 1, 4, 5, 11})
         for (int count : {1, 2, 3, 4}) {
             int next = 0;
             for (int i = 0; i < count; ++i) {
@@ -53,38 +67,6 @@ TEST_F(Parallel, SharesAreBlocksInOrderTheLongerFirst) {
             }
             EXPECT_EQ(next, rows);
         }
-    }
-}
-
-TEST_F(Parallel, AnExceptionArrivesAfterAllHaveEnded) {
-    for (int threads : {1, 2, 4}) {
-        forceTeamSize(threads);
-        std::vector<int> ended(4);
-        const auto throwing = [&](int i) {
-            ended[static_cast<size_t>(i)] = 1;
-            if (i == 3 || threads > 1) throw std::runtime_error("stop");
-        };
-        EXPECT_THROW(runSections(4, 4, throwing), std::runtime_error);
-        EXPECT_GE(std::accumulate(ended.begin(), ended.end(), 0), threads);
-    }
-}
-
-TEST_F(Parallel, CallersOnSeveralThreads) {
-    forceTeamSize(3);
-    std::vector<std::thread> callers;
-    for (int c = 0; c < 3; ++c)
-        callers.emplace_back([] {
-            std::vector<int> sums(50);
-            for (int turn = 1; turn <= 20; ++turn) {
-                runRows(4, 50, [&](RowRange range) {
-                    for (int y = range.first; y < range.end; ++y)
-                        sums[static_cast<size_t>(y)] += turn;
-                });
-            }
-            EXPECT_EQ(sums, std::vector<int>(50, 210));
-        });
-    for (auto& caller : callers)
-        caller.join();
 }
 
 }  // namespace

@@ -2,9 +2,12 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <numeric>
 
 #include "kel_ImageStorage.h"
 #include "support.h"
+
+using namespace test;
 
 namespace {
 
@@ -12,8 +15,7 @@ namespace {
 tagImage loaded() {
     tagImage image{};
     image.imageData = new unsigned char[60];
-    for (int i = 0; i < 60; ++i)
-        image.imageData[i] = static_cast<unsigned char>(i * 7);
+    std::iota(image.imageData, image.imageData + 60, static_cast<unsigned char>(7));
     image.width = 5;
     image.height = 4;
     image.channels = 3;
@@ -24,7 +26,7 @@ tagImage loaded() {
     return image;
 }
 
-TEST(Storage, ReleasedRecordsAreAllZero) {
+TEST(Storage, ReleasesRecordsOnceAndOnlyWhenThereAreSome) {
     KelReleaseKelImage(nullptr);
     Kel_ReleaseImage(nullptr);
     const tagImage zero{};
@@ -34,9 +36,6 @@ TEST(Storage, ReleasedRecordsAreAllZero) {
     std::memset(&image, 0x5A, sizeof image);
     KelInitKelImage(&image);
     EXPECT_EQ(std::memcmp(&image, &zero, sizeof zero), 0);
-}
-
-TEST(Storage, ReleasesArraysOnceAndOnlyWhenThereAreRecords) {
     for (auto release : {KelReleaseImageArrs, Kel_ReleaseImageArr}) {
         tagImage* const records = new tagImage[2]{loaded(), loaded()};
         tagImage* arr = records;
@@ -51,52 +50,45 @@ TEST(Storage, ReleasesArraysOnceAndOnlyWhenThereAreRecords) {
 
 TEST(Storage, UnpacksTheFirstRecord) {
     tagImage image = loaded();
-    unsigned char* dst = nullptr;
-    int width = 0, height = 0, channels = 0, rate = -1;
-    double x = -1, y = -1;
-    char format[12] = "", compression[32] = "";
-    for (int wantInfo : {0, 2, 1}) {  // only 1 asks for the information
-        char* const none = nullptr;
-        const bool wanted = wantInfo == 1;
-        ASSERT_EQ(Kel_CopyImageArr2One(&image, 0, wantInfo, &dst, &width, &height, &channels,
-                                       wanted ? format : none, wanted ? compression : none,
-                                       wanted ? &rate : nullptr, &x, &y),
-                  0);
-        EXPECT_EQ(width * 100 + height * 10 + channels, 543);
-        EXPECT_EQ(std::memcmp(dst, image.imageData, 60), 0);
-        EXPECT_EQ(x, wanted ? 118.11 : -1);
-        Kel_ReleaseImage(dst);
-    }
-    EXPECT_STREQ(format, "JPEG");
-    EXPECT_STREQ(compression, "75");
-    EXPECT_EQ(rate, 75);
-    EXPECT_EQ(y, 0.0);
-
-    std::strcpy(image.compression, "CCITTFAX4");  // a name, not a rate
-    Kel_CopyImageArr2One(&image, 1, 1, &dst, &width, &height, &channels, format, compression, &rate,
-                         &x, &y);
-    EXPECT_EQ(rate, 0);
-    Kel_ReleaseImage(dst);
+    for (const char* text : {"75", "CCITTFAX4"})  // a rate, a name
+        for (int wantInfo : {0, 2, 1}) {          // only 1 asks for the information
+            unsigned char* dst = nullptr;
+            int width = 0, height = 0, channels = 0, rate = -1;
+            double x = -1, y = -1;
+            char format[12] = "", compression[32] = "";
+            const bool wanted = wantInfo == 1;
+            std::strcpy(image.compression, text);
+            Kel_CopyImageArr2One(&image, 0, wantInfo, &dst, &width, &height, &channels,
+                                 wanted ? format : nullptr, wanted ? compression : nullptr,
+                                 wanted ? &rate : nullptr, &x, &y);
+            EXPECT_EQ((std::vector<int>{width, height, channels}), (std::vector<int>{5, 4, 3}));
+            EXPECT_EQ(Bytes(dst, dst + 60), Bytes(image.imageData, image.imageData + 60));
+            EXPECT_EQ(std::pair(x, y), wanted ? std::pair(118.11, 0.0) : std::pair(-1.0, -1.0));
+            EXPECT_STREQ(format, wanted ? "JPEG" : "");
+            EXPECT_STREQ(compression, wanted ? text : "");
+            EXPECT_EQ(rate, !wanted ? -1 : text[0] == '7' ? 75 : 0);
+            Kel_ReleaseImage(dst);
+        }
     image.width = -1;
-    EXPECT_THROW(Kel_CopyImageArr2One(&image, 1, 0, &dst, &width, &height, &channels, nullptr,
+    EXPECT_THROW(Kel_CopyImageArr2One(&image, 1, 0, nullptr, nullptr, nullptr, nullptr, nullptr,
                                       nullptr, nullptr, nullptr, nullptr),
                  std::bad_alloc);
     KelReleaseKelImage(&image);
 }
 
 TEST(RgbPoint, WalksThePlanesTogether) {
-    test::Bytes planes = {1, 2, 3, 4, 10, 20, 30, 40, 100, 200, 201, 202};
+    Bytes planes = {1, 2, 3, 4, 10, 20, 30, 40, 100, 200, 201, 202};
     kelRGBPoint point, other;
     point.Ini(planes.data() + 1, 4);
     for (auto [channel, value] : {std::pair{'R', 2}, {'G', 20}, {'B', 200}, {'r', 0}, {'X', 0}})
         EXPECT_EQ(point.getValue(channel), value);
     other.setOff(point, 1, 2, -1);
     other.CopyValue(point);
-    EXPECT_EQ(planes, (test::Bytes{1, 2, 2, 4, 10, 20, 30, 20, 200, 200, 201, 202}));
+    EXPECT_EQ(planes, (Bytes{1, 2, 2, 4, 10, 20, 30, 20, 200, 200, 201, 202}));
     point.Copy(&planes[3], &planes[7], &planes[11]);
     kelRGBPoint(&planes[0], &planes[4], &planes[8]).CopyValue(point);
     point.setValue(7, 8, 9);
-    EXPECT_EQ(planes, (test::Bytes{4, 2, 2, 7, 20, 20, 30, 8, 202, 200, 201, 9}));
+    EXPECT_EQ(planes, (Bytes{4, 2, 2, 7, 20, 20, 30, 8, 202, 200, 201, 9}));
 }
 
 }  // namespace

@@ -28,8 +28,8 @@ inline Bytes randomBytes(size_t count, unsigned seed, unsigned lowest = 0, unsig
     return bytes;
 }
 
-/// A buffer that knows when something was written round it: bytes() checks the guards on both
-/// sides.
+/// A buffer that knows when something was written round it: bytes(), and its end, check the guards
+/// on both sides.
 class Guarded {
   public:
     explicit Guarded(const Bytes& content) : all_(content.size() + 2 * kPad, kGuard) {
@@ -37,6 +37,7 @@ class Guarded {
             all_.at(kPad + i) = content[i];
     }
     explicit Guarded(size_t count) : Guarded(Bytes(count, 0xAB)) {}
+    ~Guarded() { bytes(); }
 
     unsigned char* data() { return all_.data() + kPad; }
     Bytes bytes() const {
@@ -51,6 +52,15 @@ class Guarded {
     static constexpr unsigned char kGuard = 0xC7;
     Bytes all_;
 };
+
+/// `count` bytes by a rule of their index.
+template <class Rule>
+Bytes eachByte(size_t count, Rule rule) {
+    Bytes bytes(count);
+    for (size_t i = 0; i < count; ++i)
+        bytes[i] = static_cast<unsigned char>(rule(i));
+    return bytes;
+}
 
 /// A channel image, addressed by plane, row and column.
 struct Image {
@@ -77,9 +87,19 @@ inline Image page(kelSize size, int planes) {
 }
 
 /// Sizes at which loops go wrong: none, one row, one column, odd, round a vector's width.
-inline std::vector<kelSize> awkwardSizes() {
-    return {{0, 5}, {5, 0},  {-3, 4}, {1, 1},  {1, 9},  {2, 2},   {3, 3},
-            {9, 1}, {16, 2}, {17, 5}, {31, 7}, {33, 4}, {65, 65}, {130, 11}};
+inline std::vector<kelSize> awkwardSizes(std::initializer_list<kelSize> more = {}) {
+    std::vector<kelSize> sizes = {{0, 5}, {5, 0},  {-3, 4}, {1, 1},  {1, 9},  {2, 2},   {3, 3},
+                                  {9, 1}, {16, 2}, {17, 5}, {31, 7}, {33, 4}, {65, 65}, {130, 11}};
+    sizes.insert(sizes.end(), more);
+    return sizes;
+}
+
+/// The number of samples at each level.
+inline std::vector<int> histogramOf(const Bytes& plane) {
+    std::vector<int> counts(256);
+    for (unsigned char s : plane)
+        ++counts[s];
+    return counts;
 }
 
 /// The defining rule of luminance.
@@ -120,6 +140,6 @@ inline unsigned char compared(int sample, int thres, int isOpp) {
 
 }  // namespace test
 
-inline void PrintTo(kelSize s, std::ostream* out) {
-    *out << s.width << "x" << s.height;
+inline std::ostream& operator<<(std::ostream& out, kelSize s) {
+    return out << s.width << "x" << s.height;
 }
