@@ -33,62 +33,44 @@ int labelledByToolkit(Bytes plane, kelSize size, Labels& labels) {
     return count;
 }
 
-std::set<int> labelsAtBorder(const Labels& labels, kelSize size) {
-    std::set<int> found;
+/// Paints the regions of `plane` that touch the border into all planes of the image.
+Bytes borderPainted(Bytes image, const Bytes& plane, kelSize size, int value) {
+    Labels labels;
+    labelledByToolkit(plane, size, labels);
+    std::set<int> border;
     for (int i = 0; i < int(labels.size()); ++i) {
         const int x = i % size.width, y = i / size.width;
         if (x == 0 || y == 0 || x == size.width - 1 || y == size.height - 1)
-            found.insert(labels[size_t(i)]);
+            border.insert(labels[size_t(i)]);
     }
-    found.erase(0);
-    return found;
+    border.erase(0);
+    for (size_t i = 0; i < image.size(); ++i)
+        if (border.count(labels[i % plane.size()]) > 0)
+            image[i] = static_cast<unsigned char>(value);
+    return image;
 }
 
-Bytes edgesMarked(Bytes plane, kelSize size, int value) {
-    Labels labels;
-    labelledByToolkit(plane, size, labels);
-    const std::set<int> border = labelsAtBorder(labels, size);
-    for (size_t i = 0; i < plane.size(); ++i)
-        if (border.count(labels[i]) > 0) plane[i] = static_cast<unsigned char>(value);
-    return plane;
-}
-
-/// The marks of a plane as it is grown; what lies outside is no mark, and takes none.
-struct Marks {
-    Bytes& plane;
-    bool at(int64_t i) const {
-        return i >= 0 && i < int64_t(plane.size()) && plane[size_t(i)] == 100;
-    }
-    void set(int64_t i) {
-        if (i >= 0 && i < int64_t(plane.size())) plane[size_t(i)] = 100;
-    }
-};
-
+/// What lies outside the plane is no mark, and takes none.
 void grow(Bytes& plane, int w, int h) {
-    Marks marks{plane};
-    for (int y = 0; y < h; ++y) {
+    const auto isMark = [&](int64_t i) {
+        return i >= 0 && i < int64_t(plane.size()) && plane[size_t(i)] == 100;
+    };
+    const auto grown = [&](int64_t from, int64_t to) {
+        if (!isMark(from) || isMark(to)) return false;
+        if (to >= 0 && to < int64_t(plane.size())) plane[size_t(to)] = 100;
+        return true;
+    };
+    for (int row = 0; row < w * h; row += w) {
         for (int x = 0; w > 2 && x <= std::min(w, 51) - 3; ++x)
-            if (marks.at(y * w + x) && !marks.at(y * w + x + 1)) {
-                marks.set(y * w + x + 1);
-                break;
-            }
+            if (grown(row + x, row + x + 1)) break;
         for (int x = w - 2; x >= std::max(w, 50) - 49; --x)
-            if (marks.at(y * w + x) && !marks.at(y * w + x - 1)) {
-                marks.set(y * w + x - 1);
-                break;
-            }
+            if (grown(row + x, row + x - 1)) break;
     }
     for (int x = 0; x < w; ++x) {
-        for (int step = 0, y = 0; step < std::min(h, 50) && marks.at(y * w + x); ++step)
-            if (!marks.at(++y * w + x)) {
-                marks.set(y * w + x);
-                break;
-            }
-        for (int i = h - 1; i >= std::max(h, 50) - 49 && marks.at(i * w + x); --i)
-            if (!marks.at(i * w + x - h)) {
-                marks.set(i * w + x - h);
-                break;
-            }
+        for (int y = 0; y < std::min(h, 50) && isMark(y * w + x); ++y)
+            if (grown(y * w + x, (y + 1) * w + x)) break;
+        for (int y = h - 1; y >= std::max(h, 50) - 49 && isMark(y * w + x); --y)
+            if (grown(y * w + x, y * w + x - h)) break;
     }
 }
 
@@ -99,7 +81,7 @@ Bytes withoutEdges(Bytes src, kelSize size, int channels, bool opened, bool keep
     KelColorConvert(src.data(), size, channels, marks.data(), size, 1);
     KelBinarizeImage(marks.data(), 1, marks.data(), size, 1, 1, 50, 0, 0);
     if (opened) KelMorphology(marks.data(), marks.data(), &size, 2, 2, 2, 1);
-    marks = edgesMarked(marks, size, 100);
+    marks = borderPainted(marks, marks, size, 100);
     grow(marks, size.width, size.height);
     const int xEnd = std::max(size.width - marginX, 0), yEnd = std::max(size.height - marginY, 0);
     for (size_t c = 0; c < size_t(channels); ++c) {
@@ -121,12 +103,7 @@ Bytes withoutFrame(Bytes image, kelSize size, int channels, int fill, int margin
     Bytes dark(area(size));
     KelBinarizePartArea(image.data(), dark.data(), size.width, size.height, channels, marginX,
                         marginY, 50);
-    Labels labels;
-    labelledByToolkit(dark, size, labels);
-    const std::set<int> border = labelsAtBorder(labels, size);
-    for (size_t i = 0; i < image.size(); ++i)
-        if (border.count(labels[i % dark.size()]) > 0) image[i] = static_cast<unsigned char>(fill);
-    return image;
+    return borderPainted(image, dark, size, fill);
 }
 
 /// A page with ragged dark bands along its edges, and dark spots.
@@ -152,21 +129,11 @@ Bytes darkEdged(kelSize size, int channels, unsigned seed) {
 }
 
 TEST(Edges, RemovalEqualsItsPlainForm) {
+    const kelSize sizes[] = {{1, 1},    {1, 7},    {7, 1},    {2, 2},    {3, 60},
+                             {49, 50},  {50, 49},  {52, 51},  {64, 64},  {64, 130},
+                             {130, 64}, {131, 20}, {20, 131}, {140, 151}};
     unsigned seed = 0;
-    for (const kelSize size : {kelSize{1, 1},
-                               {1, 7},
-                               {7, 1},
-                               {2, 2},
-                               {3, 60},
-                               {49, 50},
-                               {50, 49},
-                               {52, 51},
-                               {64, 64},
-                               {64, 130},
-                               {130, 64},
-                               {131, 20},
-                               {20, 131},
-                               {140, 151}})
+    for (const kelSize size : sizes)
         for (const int channels : {1, 3})
             for (const bool keep : {false, true})
                 for (const auto& [marginX, marginY] :
@@ -223,7 +190,7 @@ TEST(Edges, LabelsAndNoiseAreTheToolkits) {
         out.bytes();
         for (const int value : {100, 0, 0x1234}) {
             EXPECT_EQ(Kel_RemoveEdgeNoise(cleaned.data(), size.width, size.height, value), 0);
-            ASSERT_EQ(cleaned.bytes(), edgesMarked(plane, size, value));
+            ASSERT_EQ(cleaned.bytes(), borderPainted(plane, plane, size, value));
             std::copy(plane.begin(), plane.end(), cleaned.data());
         }
     };
@@ -240,22 +207,22 @@ TEST(Edges, LabelsAndNoiseAreTheToolkits) {
 }
 
 TEST(Edges, WhiteGrowsAtBothEndsOfRows) {
-    const struct {
-        Bytes row, first, later;
-    } cases[] = {{{0, 9, 9, 9, 9, 9}, {0, 9, 9, 9, 9, 9}, {0, 9, 9, 9, 9, 9}},
-                 {{9, 0, 0, 0, 0, 9}, {9, 255, 0, 0, 255, 9}, {9, 255, 0, 0, 255, 9}},
-                 {{9, 9, 9, 0, 9, 9}, {9, 9, 9, 0, 9, 9}, {9, 9, 9, 0, 9, 9}},
-                 {{9, 9, 0, 0, 0, 0}, {9, 9, 255, 0, 0, 0}, {9, 9, 255, 0, 0, 255}},
-                 {{0}, {0}, {0}},
-                 {{9, 0}, {9, 0}, {9, 0}},
-                 {{0, 9, 0}, {0, 9, 0}, {0, 9, 255}}};
-    for (const auto& c : cases) {
-        Bytes rows = c.row, expected = c.first;
-        rows.insert(rows.end(), c.row.begin(), c.row.end());
-        expected.insert(expected.end(), c.later.begin(), c.later.end());
-        Guarded image(rows);
-        EXPECT_EQ(KelEnlargeWhiteArea(image.data(), int(c.row.size()), 2), 0);
-        EXPECT_EQ(image.bytes(), expected);
+    const auto joined = [](Bytes rows, const Bytes& more) {
+        rows.insert(rows.end(), more.begin(), more.end());
+        return rows;
+    };
+    // Two equal rows, and what becomes of each.
+    const Bytes cases[][3] = {{{0, 9, 9, 9, 9, 9}, {0, 9, 9, 9, 9, 9}, {0, 9, 9, 9, 9, 9}},
+                              {{9, 0, 0, 0, 0, 9}, {9, 255, 0, 0, 255, 9}, {9, 255, 0, 0, 255, 9}},
+                              {{9, 9, 9, 0, 9, 9}, {9, 9, 9, 0, 9, 9}, {9, 9, 9, 0, 9, 9}},
+                              {{9, 9, 0, 0, 0, 0}, {9, 9, 255, 0, 0, 0}, {9, 9, 255, 0, 0, 255}},
+                              {{0}, {0}, {0}},
+                              {{9, 0}, {9, 0}, {9, 0}},
+                              {{0, 9, 0}, {0, 9, 0}, {0, 9, 255}}};
+    for (const auto& [row, first, later] : cases) {
+        Guarded image(joined(row, row));
+        EXPECT_EQ(KelEnlargeWhiteArea(image.data(), int(row.size()), 2), 0);
+        EXPECT_EQ(image.bytes(), joined(first, later));
     }
     EXPECT_EQ(KelEnlargeWhiteArea(nullptr, INT_MIN, 1), 0);
 }
@@ -269,12 +236,15 @@ Bytes withoutHoles(Bytes image, kelSize size, int channels, const Holes& a, cons
     if ((a.margin + a.radius) * 2 + 10 > w || h < 300 || s * 2 + 100 > w) return image;
     const Bytes grey =
         a.mode == 3 ? Bytes(image.begin(), image.begin() + w * h) : test::greyOf(image, channels);
+    const auto eachStripPixel = [&](auto visit) {  // its place in the strips and on the page
+        for (int y = 0; y < h; ++y)
+            for (int part : {0, 1})
+                for (int i = 0; i < s; ++i)
+                    visit(size_t(y * 2 * s + part * (3 * s - 1) + i),
+                          size_t(y * w + part * (w - 1 - s) + i));
+    };
     Bytes strips(size_t(2 * s * h + 3 * s), a.mode == 3 ? 0 : 255);
-    for (int y = 0; y < h; ++y)
-        for (int part : {0, 1})
-            for (int i = 0; i < s; ++i)
-                strips[size_t(y * 2 * s + part * (3 * s - 1) + i)] =
-                    grey[size_t(y * w + part * (w - 1 - s) + i)];
+    eachStripPixel([&](size_t to, size_t from) { strips[to] = grey[from]; });
     strips.resize(size_t(2 * s * h));
     for (auto& sample : strips)
         if (a.mode != 3) sample = test::compared(sample, 90, 1);
@@ -288,15 +258,11 @@ Bytes withoutHoles(Bytes image, kelSize size, int channels, const Holes& a, cons
     for (auto& record : records)
         if (record.area > int(0.5 * circle) && record.area < int(circle * 1.2)) KelCAShape(&record);
     records[0].shape = 0;
-    for (int y = 0; y < h; ++y)
-        for (int part : {0, 1})
-            for (int i = 0; i < s; ++i) {
-                const size_t at = size_t(y * 2 * s + part * (3 * s - 1) + i);
-                for (int c = 0; at < labels.size() && c < channels; ++c)
-                    if (records[labels[at]].shape == 1)
-                        image[size_t(c * w * h + y * w + part * (w - 1 - s) + i)] =
-                            static_cast<unsigned char>(paint[c]);
-            }
+    eachStripPixel([&](size_t from, size_t to) {
+        for (int c = 0; from < labels.size() && c < channels; ++c)
+            if (records[labels[from]].shape == 1)
+                image[size_t(c * w * h) + to] = static_cast<unsigned char>(paint[c]);
+    });
     return image;
 }
 
@@ -319,18 +285,13 @@ Bytes punched(kelSize size, int channels, int strip) {
 }
 
 TEST(Holes, EqualTheirPlainForm) {
+    const Holes cases[] = {{0, 40, 7, 10, 330}, {0, 40, 8, 10, 330}, {3, 33, 7, 10, 330},
+                           {0, 40, 8, 10, 299}, {0, 40, 8, 83, 330}, {0, 51, 7, 10, 330},
+                           {0, 50, 6, 10, 311}, {0, 1, 7, 10, 330},  {3, 1, 0, 10, 330}};
     const int paint[] = {300, -2, 77};
     size_t painted = 0;
     for (const int channels : {1, 3})
-        for (const Holes& a : {Holes{0, 40, 7, 10, 330},
-                               {0, 40, 8, 10, 330},
-                               {3, 33, 7, 10, 330},
-                               {0, 40, 8, 10, 299},
-                               {0, 40, 8, 83, 330},
-                               {0, 51, 7, 10, 330},
-                               {0, 50, 6, 10, 311},
-                               {0, 1, 7, 10, 330},
-                               {3, 1, 0, 10, 330}}) {
+        for (const Holes& a : cases) {
             const kelSize size{200, a.h};
             Bytes src = punched(size, channels, a.strip);
             for (size_t i = 0; a.mode == 3 && i < area(size); ++i)
