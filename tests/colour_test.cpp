@@ -64,13 +64,8 @@ TEST(Colour, ReservedPrintIsLiftedAndBinarized) {
     for (kelSize size : sizes())
         for (double rate : {0.0, 1.0, 2.5, -1.5, -40.0, 1e300, -1e300}) {
             Bytes image = test::stampedPage(size).samples;
-            Bytes work = test::eachPixel(image, [&](Rgb p) {
-                const double y = 0.299 * p.r + 0.587 * p.g + 0.114 * p.b,
-                             a = (p.r + p.g + p.b) / 3.0;
-                const double v =
-                    y + rate * std::max({std::abs(p.r - a), std::abs(p.g - a), std::abs(p.b - a)});
-                return v >= 255 ? 255 : v >= 0 ? static_cast<int>(v) : 0;
-            });
+            Bytes work = test::eachPixel(
+                image, [&](Rgb p) { return test::greySpread(p.r, p.g, p.b, rate); });
             Guarded out(area(size));
             if (area(size) > 0) KelBinarizeImage(work.data(), 1, work.data(), size, 0, 2, 0, 0, 0);
             EXPECT_EQ(KelSegImageReserveColor(image.data(), size, out.data(), rate), 0);
@@ -80,26 +75,24 @@ TEST(Colour, ReservedPrintIsLiftedAndBinarized) {
 
 TEST(Colour, BinarizedByHueWithoutNeutralPrint) {
     for (kelSize size : sizes())
-        for (auto [hue, low, high, thres] :
+        for (std::array<int, 4> params :
              {std::array{0, 20, 90, 40}, {230, 30, 100, 0}, {120, 0, 100, -40}, {0, 0, 80, -250}})
             for (int channels : {3, 1, 0, -2}) {
-                Bytes image = test::stampedPage(size).samples;
-                Bytes expected(area(size));
-                if (area(size) > 0) {
-                    KelSegImageReserveColor(image.data(), size, expected.data(), 1.0);
-                    Bytes copy = image;
-                    for (size_t i = 0; i < copy.size(); ++i)
-                        if (expected[i % area(size)] == 0) copy[i] = 255;
-                    Bytes grey = test::eachPixel(copy, [&, h = hue, l = low, m = high](Rgb p) {
-                        return test::triangleAffinity(p, h, l * 0.01, m * 0.01);
-                    });
-                    KelBinarizeImage(grey.data(), 1, expected.data(), size, 0, thres >= 1 ? 1 : 6,
-                                     thres >= 1 ? thres : 10, thres >= 1 ? 0 : -thres, 0);
-                }
-                int params[] = {hue, low, high, thres};
+                const int thres = params[3];
+                Bytes image = test::stampedPage(size).samples, kept(area(size));
+                KelSegImageReserveColor(image.data(), size, kept.data(), 1.0);
+                size_t i = 0;
+                Bytes expected = test::eachPixel(image, [&](Rgb p) {
+                    if (kept[i++] == 0) p = {255, 255, 255};
+                    return test::triangleAffinity(p, params[0], params[1] * 0.01, params[2] * 0.01);
+                });
+                if (!expected.empty())
+                    KelBinarizeImage(expected.data(), 1, expected.data(), size, 0,
+                                     thres >= 1 ? 1 : 6, thres >= 1 ? thres : 10,
+                                     thres >= 1 ? 0 : -thres, 0);
                 Guarded out(area(size));
                 EXPECT_EQ(KelBinarizeColor(image.data(), size.width, size.height, channels,
-                                           out.data(), params),
+                                           out.data(), params.data()),
                           0);
                 EXPECT_EQ(out.bytes(), expected);
             }
@@ -156,21 +149,19 @@ TEST(Colour, BlackInformation) {
                 for (size_t i = 0; kind == 2 && i < image.size(); ++i)
                     image[i] = static_cast<unsigned char>(
                         std::min<size_t>((i % n * 258 + i / n * n / 3) / n, 255));
-                Bytes expected = image;
-                Bytes means;
+                Bytes expected = image, means;
                 for (size_t c = 0; c < 3; ++c)
                     for (unsigned char v : plainMeans(image, size, c, false))
                         means.push_back(v);
                 const Bytes light = test::eachPixel(means, [&](Rgb p) {
                     const double m = (p.r + p.g + p.b) / 3.0;
-                    const double dr = std::abs(p.r - m), dg = std::abs(p.g - m),
-                                 db = std::abs(p.b - m);
-                    const bool coloured =
-                        dr > l[0] || dg > l[1] || db > l[2] || (dr + dg + db) / 3.0 > l[3];
-                    return coloured ? static_cast<int>(m / 255 * 50 + 200) : 0;
+                    const double r = std::abs(p.r - m), g = std::abs(p.g - m),
+                                 b = std::abs(p.b - m);
+                    if (!(r > l[0] || g > l[1] || b > l[2] || (r + g + b) / 3.0 > l[3])) return 0;
+                    return static_cast<int>(m / 255 * 50 + 200);
                 });
                 for (size_t i = 0; i < image.size(); ++i)
-                    if (light[i % area(size)]) expected[i] = light[i % area(size)];
+                    if (light[i % n]) expected[i] = light[i % n];
                 Guarded page(image);
                 for (int channels : {1, 3}) {
                     EXPECT_EQ(

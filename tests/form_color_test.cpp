@@ -57,17 +57,18 @@ TEST(FormColour, PagesThatCountAsBlackAndPagesWithoutLines) {
 }
 
 TEST(FormColour, LinesNearTheEdgesAreDropped) {
-    const auto kept = [](Ints lines, double factor, int extent) {
+    const std::tuple<Ints, double, int, Ints> cases[] = {
+        {{0, 19, 20, 50, 80, 81, 99}, 1.0, 100, {20, 50, 80}},
+        {{13, 14, 33}, 1.5, 69, {21, 49}},
+        {{3, 12, 95}, 1.0, 100, {}},
+        {{5, 10, 15}, 1.0, 30, {}},  // at both edges at once
+        {{}, 1.0, 100, {}}};
+    for (auto [lines, factor, extent, expected] : cases) {
         const int count =
             kel::detail::keepInnerLines(lines.data(), int(lines.size()), factor, extent);
         lines.resize(size_t(std::max(count, 0)));
-        return lines;
-    };
-    EXPECT_EQ(kept({0, 19, 20, 50, 80, 81, 99}, 1.0, 100), (Ints{20, 50, 80}));
-    EXPECT_EQ(kept({13, 14, 33}, 1.5, 69), (Ints{21, 49}));
-    EXPECT_EQ(kept({3, 12, 95}, 1.0, 100), Ints{});
-    EXPECT_EQ(kept({5, 10, 15}, 1.0, 30), Ints{});  // at both edges at once
-    EXPECT_EQ(kept({}, 1.0, 100), Ints{});
+        EXPECT_EQ(lines, expected);
+    }
 }
 
 TEST(FormColour, StripsAlongLines) {
@@ -120,34 +121,31 @@ TEST(FormColour, StripsAlongLines) {
 }
 
 TEST(FormColour, MergedRanges) {
-    struct Case {
-        int low1, high1, wrap1, low2, high2, wrap2, low, high, wrap;
-    };
-    for (const Case& c :
-         {Case{10, 20, 0, 30, 40, 0, 10, 40, 0}, Case{10, 20, 5, 5, 15, 5, 5, 20, 5},
-          Case{20, 180, 0, 300, 30, 1, 300, 20, 1}, Case{40, 200, 0, 300, 30, 1, 300, 30, 1},
-          Case{20, 100, 0, 300, 30, 1, 300, 30, 1}, Case{20, 179, 0, 30, 300, 1, 300, 300, 1},
-          Case{300, 30, 1, 20, 180, 0, 300, 20, 1}, Case{300, 30, 1, 20, 179, 0, 300, 30, 1},
-          Case{30, 9, 1, 20, 100, 0, 100, 9, 1}}) {
+    const Ints cases[] = {
+        // low, high and wrap of both, and of what they make
+        {10, 20, 0, 30, 40, 0, 10, 40, 0},    {10, 20, 5, 5, 15, 5, 5, 20, 5},
+        {20, 180, 0, 300, 30, 1, 300, 20, 1}, {40, 200, 0, 300, 30, 1, 300, 30, 1},
+        {20, 100, 0, 300, 30, 1, 300, 30, 1}, {20, 179, 0, 30, 300, 1, 300, 300, 1},
+        {300, 30, 1, 20, 180, 0, 300, 20, 1}, {300, 30, 1, 20, 179, 0, 300, 30, 1},
+        {30, 9, 1, 20, 100, 0, 100, 9, 1}};
+    for (const Ints& c : cases) {
         int low = -7, high = -7;
         unsigned char wrap = 77;
-        overOper(c.low1, c.high1, char(c.wrap1), c.low2, c.high2, char(c.wrap2), &low, &high,
-                 &wrap);
-        EXPECT_EQ((Ints{low, high, wrap}), (Ints{c.low, c.high, c.wrap})) << c.low1 << c.high1;
+        overOper(c[0], c[1], char(c[2]), c[3], c[4], char(c[5]), &low, &high, &wrap);
+        EXPECT_EQ((Ints{low, high, wrap}), Ints(c.begin() + 6, c.end())) << c[0] << " " << c[1];
     }
 }
 
 TEST(FormColour, Rectangles) {
+    const auto fields = [](const kelSegInfo& seg) {
+        return std::tuple(seg.x, seg.y, seg.width, seg.height, seg.channels, seg.value);
+    };
     kelSegInfo seg, other(1, 2, 3, 4, 3, 0.5);
-    EXPECT_EQ((Ints{seg.x, seg.y, seg.width, seg.height, seg.channels}), (Ints{0, 0, 0, 0, 1}));
-    EXPECT_EQ(seg.value, 0.0);
+    EXPECT_EQ(fields(seg), std::tuple(0, 0, 0, 0, 1, 0.0));
     seg.copy(other);
     other.setValue(9, 8, 7, 6, 1, -1.5);
-    EXPECT_EQ((Ints{seg.x, seg.y, seg.width, seg.height, seg.channels}), (Ints{1, 2, 3, 4, 3}));
-    EXPECT_EQ(seg.value, 0.5);
-    EXPECT_EQ((Ints{other.x, other.y, other.width, other.height, other.channels}),
-              (Ints{9, 8, 7, 6, 1}));
-    EXPECT_EQ(other.value, -1.5);
+    EXPECT_EQ(fields(seg), std::tuple(1, 2, 3, 4, 3, 0.5));
+    EXPECT_EQ(fields(other), std::tuple(9, 8, 7, 6, 1, -1.5));
 }
 
 }  // namespace

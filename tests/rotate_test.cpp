@@ -2,6 +2,7 @@
 // them.
 #include <gtest/gtest.h>
 #include <opencv2/imgproc/imgproc_c.h>
+#include <opencv2/core.hpp>
 
 #include <cmath>
 
@@ -32,19 +33,17 @@ TEST(Rotate, ExactTurnsOfEverySize) {
                         left.at(c, w - 1 - x, y) = image.at(c, y, x);
                     }
             unsigned char* const src = image.samples.data();
-            Guarded a(count), b(count), c(count), d(count), both(image.samples), back(count);
-            EXPECT_EQ(KelRotate180(src, a.data(), size, channels), 0);
-            EXPECT_EQ(kel_RotateImage180(src, b.data(), size, channels), 0);
-            EXPECT_EQ(kel_RotateImage90(src, w, h, channels, c.data(), h, w), 0);
-            EXPECT_EQ(kel_RotateImage270(src, w, h, channels, d.data(), h, w), 0);
-            EXPECT_EQ(KelRotate180(both.data(), both.data(), size, channels), 0);
-            EXPECT_EQ(kel_RotateImage270(c.data(), h, w, channels, back.data(), w, h), 0);
-            ASSERT_EQ(a.bytes(), half.samples) << ::testing::PrintToString(size);
-            ASSERT_EQ(b.bytes(), half.samples) << ::testing::PrintToString(size);
-            ASSERT_EQ(c.bytes(), right.samples) << ::testing::PrintToString(size);
-            ASSERT_EQ(d.bytes(), left.samples) << ::testing::PrintToString(size);
-            ASSERT_EQ(both.bytes(), half.samples) << ::testing::PrintToString(size);
-            ASSERT_EQ(back.bytes(), image.samples) << ::testing::PrintToString(size);
+            Guarded outs[] = {Guarded(count), Guarded(count), Guarded(count), Guarded(count),
+                              Guarded(image.samples)};
+            EXPECT_EQ(KelRotate180(src, outs[0].data(), size, channels), 0);
+            EXPECT_EQ(kel_RotateImage180(src, outs[1].data(), size, channels), 0);
+            EXPECT_EQ(kel_RotateImage90(src, w, h, channels, outs[2].data(), h, w), 0);
+            EXPECT_EQ(kel_RotateImage270(src, w, h, channels, outs[3].data(), h, w), 0);
+            EXPECT_EQ(KelRotate180(outs[4].data(), outs[4].data(), size, channels), 0);
+            const Bytes* const expected[] = {&half.samples, &half.samples, &right.samples,
+                                             &left.samples, &half.samples};
+            for (size_t i = 0; i < 5; ++i)
+                ASSERT_EQ(outs[i].bytes(), *expected[i]) << ::testing::PrintToString(size) << i;
             if (count == 0) continue;
             Bytes overlapping(count + 1);
             std::copy(image.samples.begin(), image.samples.end(), overlapping.begin());
@@ -56,26 +55,28 @@ TEST(Rotate, ExactTurnsOfEverySize) {
 TEST(Rotate, PlaneCountsAndTargetsOfOtherSizes) {
     test::Image image({5, 4}, 3, 9);
     unsigned char* const src = image.samples.data();
-    Guarded three(60), two(60), expected(60);
-    kel_RotateImage180(src, three.data(), {5, 4}, 7);
-    kel_RotateImage180(src, expected.data(), {5, 4}, 3);
-    EXPECT_EQ(three.bytes(), expected.bytes());
-    KelRotate180(src, two.data(), {5, 4}, 2);
-    std::fill_n(expected.data() + 40, 20, static_cast<unsigned char>(0xAB));
-    EXPECT_EQ(two.bytes(), expected.bytes());
-    EXPECT_EQ(KelRotate180(src, two.data(), {5, 4}, -1), 0);
-    EXPECT_EQ(two.bytes(), expected.bytes());
+    const std::pair<decltype(&KelRotate180), int> calls[] = {
+        {kel_RotateImage180, 7}, {KelRotate180, 2}, {KelRotate180, -1}};
+    for (const auto& [call, channels] : calls) {
+        Guarded out(60);
+        EXPECT_EQ(call(src, out.data(), {5, 4}, channels), 0);
+        const int planes = channels == 7 ? 3 : std::max(channels, 0);
+        for (int i = 0; i < 60; ++i)
+            EXPECT_EQ(out.bytes()[size_t(i)],
+                      i / 20 < planes ? src[i / 20 * 20 + 19 - i % 20] : 0xAB);
+    }
     for (kelSize to : {kelSize{3, 5}, kelSize{4, 2}, kelSize{7, 3}, kelSize{2, 9}, kelSize{9, 9}})
         for (bool right : {true, false}) {
             Guarded out(area(to));
-            test::Image rule(to, 1, 0);
-            std::fill(rule.samples.begin(), rule.samples.end(), static_cast<unsigned char>(0xAB));
-            for (int r = 0; r < std::min(to.height, 5); ++r)
-                for (int c = 0; c < std::min(to.width, 4); ++c)
-                    rule.at(0, r, c) = right ? image.at(0, 3 - c, r) : image.at(0, c, 4 - r);
             (right ? kel_RotateImage90 : kel_RotateImage270)(src, 5, 4, 1, out.data(), to.width,
                                                              to.height);
-            EXPECT_EQ(out.bytes(), rule.samples) << ::testing::PrintToString(to);
+            const Bytes turned = out.bytes();
+            for (int r = 0; r < to.height; ++r)
+                for (int c = 0; c < to.width; ++c)
+                    EXPECT_EQ(turned[size_t(r * to.width + c)], r >= 5 || c >= 4 ? 0xAB
+                                                                : right ? image.at(0, 3 - c, r)
+                                                                        : image.at(0, c, 4 - r))
+                        << ::testing::PrintToString(to);
         }
 }
 
@@ -116,19 +117,14 @@ TEST(Rotate, LittleAnglesAreOpenCv) {
 }
 
 TEST(Rotate, ImagesThatDoNotMatchAreRefused) {
-    IplImage* src = cvCreateImage(cvSize(8, 6), 8, 3);
-    cvSet(src, cvScalarAll(9));
-    for (auto [w, h, channels] : {std::tuple{9, 6, 3}, {8, 5, 3}, {8, 6, 1}}) {
-        IplImage* dst = cvCreateImage(cvSize(w, h), 8, channels);
-        cvSet(dst, cvScalarAll(77));
-        EXPECT_EQ(KelGetQuadrangleSubPix(src, dst, 3.0), -1);
-        for (int i = 0; i < dst->imageSize; ++i)
-            if (i % dst->widthStep < w * channels) {
-                EXPECT_EQ(static_cast<unsigned char>(dst->imageData[i]), 77);
-            }
-        cvReleaseImage(&dst);
+    const cv::Mat pixels(6, 8, CV_8UC3, cv::Scalar::all(9));
+    IplImage src = cvIplImage(pixels);
+    for (auto [w, h, type] : {std::tuple{9, 6, CV_8UC3}, {8, 5, CV_8UC3}, {8, 6, CV_8UC1}}) {
+        cv::Mat target(h, w, type, cv::Scalar::all(77));
+        IplImage dst = cvIplImage(target);
+        EXPECT_EQ(KelGetQuadrangleSubPix(&src, &dst, 3.0), -1);
+        EXPECT_EQ(cv::countNonZero(target.reshape(1) != 77), 0);
     }
-    cvReleaseImage(&src);
     Bytes any(100);
     EXPECT_ANY_THROW(KelRotateImageLittleAngle(any.data(), any.data(), {0, 5}, 1, 2.0));
     EXPECT_EQ(KelRotateImageLittleAngle(nullptr, nullptr, {0, 5}, 1, 0.0), 0);

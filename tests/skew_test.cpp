@@ -18,9 +18,7 @@ namespace {
 using Ints = std::vector<int>;
 
 int binsFor(kelSize size) {
-    return static_cast<int>(
-               std::sqrt(double(size.width) * size.width + double(size.height) * size.height)) +
-           10;
+    return int(std::hypot(size.width, size.height)) + 10;
 }
 
 void projectPlainly(const Bytes& page, kelSize size, double angle, Ints& bins) {
@@ -122,22 +120,21 @@ TEST_P(Skew, SearchesEqualThePlainForm) {
     for (kelSize size : {kelSize{613, 547}, kelSize{1, 1}, kelSize{40, 300}})
         for (bool blank : {false, true}) {
             Bytes page = skewedPage(size, 2.3, blank);
-            struct Case {
-                double range, accuracy;
-                Ints factors;
-            };
-            for (const Case& c : {Case{10, 0.1, {5, 5, 2, 2}}, Case{1.1, 0.1, {11}},
-                                  Case{10.9, 1, {5, 2}}, Case{3, 3, {}}, Case{5.9, 3, {}},
-                                  Case{7, 1, {7}}, Case{1e300, 1e-10, {}}, Case{HUGE_VAL, 1, {}}}) {
+            const std::tuple<double, double, Ints> cases[] = {{10, 0.1, {5, 5, 2, 2}},
+                                                              {1.25, 0.125, {5, 2}},
+                                                              {11, 1, {11}},
+                                                              {10.9, 1, {5, 2}},
+                                                              {3, 3, {}},
+                                                              {5.9, 3, {}},
+                                                              {1e300, 1e-10, {}},
+                                                              {HUGE_VAL, 1, {}}};
+            for (const auto& [range, accuracy, factors] : cases) {
                 double angle = 99;
-                EXPECT_EQ(KelDetectDocumentAngle(page.data(), size.width, size.height, c.range,
-                                                 c.accuracy, &angle),
+                EXPECT_EQ(KelDetectDocumentAngle(page.data(), size.width, size.height, range,
+                                                 accuracy, &angle),
                           0);
-                // 1.1 / 0.1 may be a hair above 11 or below.
-                const Ints factors =
-                    c.range == 1.1 && int(c.range / c.accuracy) == 10 ? Ints{5, 2} : c.factors;
-                EXPECT_EQ(angle, searchPlainly(page, size, c.range, factors))
-                    << ::testing::PrintToString(size) << c.range << " blank " << blank;
+                EXPECT_EQ(angle, searchPlainly(page, size, range, factors))
+                    << ::testing::PrintToString(size) << range << " blank " << blank;
             }
         }
 }
@@ -159,42 +156,35 @@ TEST_P(Skew, StagesKeepWhatIsKnown) {
     EXPECT_EQ(best, scorePlainly(page, size, -1.0));
 }
 
+double scoreOfSmooth(const Ints& wave) {
+    Ints smooth(wave.size(), 0);
+    for (size_t i = 1; i + 1 < wave.size(); ++i)
+        smooth[i] = (wave[i - 1] + wave[i] + wave[i + 1]) / 3;
+    double sum = 0;
+    for (size_t i = 0; i + 1 < smooth.size(); ++i)
+        sum += (smooth[i + 1] - smooth[i]) * (smooth[i + 1] - smooth[i]);
+    return sum;
+}
+
 double searchAnglesPlainly(const Bytes& page, kelSize size, int foreground, double range,
                            int steps) {
-    const int w = size.width, h = size.height, count = binsFor(size), half = count / 2;
-    Ints a(static_cast<size_t>(count)), b(a);
-    const auto forInk = [&](auto visit) {
+    const int w = size.width, h = size.height, count = binsFor(size);
+    const auto score = [&](double theta) {
+        Ints bins(static_cast<size_t>(count));
         for (int y = 0; y < h; ++y)
             for (int x = 0; x < w; ++x)
-                if (page[size_t(y) * size_t(w) + size_t(x)] == foreground) visit(x, y);
+                if (page[size_t(y) * size_t(w) + size_t(x)] == foreground)
+                    ++bins[size_t(int((x - w / 2) * std::sin(theta) +
+                                      (y - h / 2) * std::cos(theta) + count / 2))];
+        return scoreOfSmooth(bins);
     };
-    const auto score = [&](const Ints& wave) {
-        Ints smooth(wave.size(), 0);
-        for (size_t i = 1; i + 1 < wave.size(); ++i)
-            smooth[i] = (wave[i - 1] + wave[i] + wave[i + 1]) / 3;
-        double sum = 0;
-        for (size_t i = 0; i + 1 < smooth.size(); ++i)
-            sum += (smooth[i + 1] - smooth[i]) * (smooth[i + 1] - smooth[i]);
-        return sum;
-    };
-    forInk([&](int, int y) { ++a[size_t(half - h / 2 + y)]; });
-    double best = score(a), bestAngle = 0, theta = 0;
-    const double step = 3.141592653589 * (range / 180.0) / steps;
+    double best = score(0), bestAngle = 0, theta = 0;
     for (int i = 0; i < steps; ++i) {
-        theta += step;
-        std::fill(a.begin(), a.end(), 0);
-        std::fill(b.begin(), b.end(), 0);
-        forInk([&](int x, int y) {
-            const int dx = x - w / 2, dy = y - h / 2;
-            ++a[size_t(int(dx * std::sin(theta) + dy * std::cos(theta) + half))];
-            ++b[size_t(int(dx * std::sin(-theta) + dy * std::cos(theta) + half))];
-        });
-        const double scoreA = score(a), scoreB = score(b);
-        if (scoreA > scoreB) {
-            if (scoreA > best) best = scoreA, bestAngle = theta;
-        } else if (scoreB > best) {
-            best = scoreB, bestAngle = -theta;
-        }
+        theta += 3.141592653589 * (range / 180.0) / steps;
+        const double up = score(theta), down = score(-theta);
+        if (std::max(up, down) <= best) continue;
+        best = std::max(up, down);
+        bestAngle = up > down ? theta : -theta;
     }
     return bestAngle / 3.141592653589 * 180.0;
 }
@@ -247,35 +237,29 @@ TEST(SkewByTurning, FindsHalfDegreesAndKeepsTheFirst) {
 }
 
 TEST(SkewPieces, FactorsFiltersAndRefusals) {
-    const std::pair<int, Ints> splits[] = {{100, {2, 2, 5, 5}},
-                                           {60, {2, 2, 3, 5}},
-                                           {7, {7}},
-                                           {5, {5}},
-                                           {4, {4}},
-                                           {1, {1}},
-                                           {0, {0}},
-                                           {-8, {-8}},
-                                           {49, {7, 7}},
-                                           {2147483647, {2147483647}}};
+    const std::pair<int, Ints> splits[] = {
+        {100, {2, 2, 5, 5}},       {7, {7}}, {5, {5}}, {4, {4}}, {0, {0}}, {-8, {-8}}, {49, {7, 7}},
+        {2147483647, {2147483647}}};
     for (const auto& [number, expected] : splits) {
         int factors[32], count = 0;
         EXPECT_EQ(KelMatteNoToPrimeNumMultiply(number, factors, &count), 0);
         EXPECT_EQ(Ints(factors, factors + count), expected);
     }
-    const auto filtered = [](Ints wave, int radius, int passes) {
+    const std::tuple<Ints, int, int, Ints> filters[] = {
+        {{1, -2, 3, 9, 5}, 1, 2, {0, -2, 3, 9, 0}},
+        {{1, 2, 3, 4, 5}, 2, 1, {0, 0, 3, 0, 0}},
+        {{1, 2, 3, 4}, 2, 1, {0, 0, 0, 0}},
+        {{1, 2, 3}, 1, 0, {1, 2, 3}},
+        {{1, 2}, 0, 3, {1, 2}},
+        {{1, 2}, INT32_MAX, 3, {0, 0}},
+        {{0, 1000000000, 0}, 1, 1, {0, -1294967296 / 3, 0}}};
+    for (auto [wave, radius, passes, expected] : filters) {
         EXPECT_EQ(KelWaveFilterWin(wave.data(), int(wave.size()), radius, passes), 0);
-        return wave;
-    };
-    EXPECT_EQ(filtered({1, -2, 3, 9, 5}, 1, 2), (Ints{0, -2, 3, 9, 0}));
-    EXPECT_EQ(filtered({1, 2, 3, 4, 5}, 2, 1), (Ints{0, 0, 3, 0, 0}));
-    EXPECT_EQ(filtered({1, 2, 3, 4}, 2, 1), (Ints{0, 0, 0, 0}));
-    EXPECT_EQ(filtered({1, 2, 3}, 1, 0), (Ints{1, 2, 3}));
-    EXPECT_EQ(filtered({1, 2}, 0, 3), (Ints{1, 2}));
-    EXPECT_EQ(filtered({1, 2}, INT32_MAX, 3), (Ints{0, 0}));
-    EXPECT_EQ(filtered({0, 1000000000, 0}, 1, 1), (Ints{0, -1294967296 / 3, 0}));
+        EXPECT_EQ(wave, expected);
+    }
     double angle = 99;
-    const double refused[][2] = {{10, 0}, {10, -1}, {0, 1}, {-3, -4}, {1, 1.5}};
-    for (const auto& [range, accuracy] : refused)
+    for (const auto& [range, accuracy] :
+         {std::pair{10, 0.0}, {10, -1.0}, {0, 1.0}, {-3, -4.0}, {1, 1.5}})
         EXPECT_EQ(KelDetectDocumentAngle(nullptr, 9, 9, range, accuracy, &angle), -1);
     EXPECT_EQ(angle, 99);
 }
