@@ -113,18 +113,18 @@ TEST(Colour, NumberPrint) {
 }
 
 TEST(Colour, BlackInformation) {
-    const std::array<double, 4> limits[] = {{10, 10, 10, 10},
-                                            {20, 255, 255, 300},
-                                            {300, 300, 300, 12},
-                                            {8.5, 9.7, 1e-9, 3},
-                                            {31 / 3.0, 9, 9, 9},
-                                            {9, 9, 9, 70 / 9.0},
-                                            {-1, 5, 5, 5},
-                                            {-0.2, 300, 300, 300},
-                                            {0, 0, 0, 0},
-                                            {9, 9 - 1e-12, 9 + 1e-12, 9},
-                                            {300, 300, 300, 6 - 1e-12},
-                                            {std::nan(""), 1e300, 300, -1e300}};
+    const double limits[][4] = {{10, 10, 10, 10},
+                                {20, 255, 255, 300},
+                                {300, 300, 300, 12},
+                                {8.5, 9.7, 1e-9, 3},
+                                {31 / 3.0, 9, 9, 9},
+                                {9, 9, 9, 70 / 9.0},
+                                {-1, 5, 5, 5},
+                                {-0.2, 300, 300, 300},
+                                {0, 0, 0, 0},
+                                {9, 9 - 1e-12, 9 + 1e-12, 9},
+                                {300, 300, 300, 6 - 1e-12},
+                                {NAN, 1e300, 300, -1e300}};
     // Noise over all levels, or a few neighbouring ones, which meet the limits exactly; ramps a
     // third of a level apart, which have every mean.
     const auto source = [](unsigned kind, size_t n) {

@@ -16,6 +16,8 @@ using namespace test;
 
 namespace {
 
+constexpr int kEnds[] = {std::numeric_limits<int>::min(), std::numeric_limits<int>::max()};
+
 Bytes shiftedToMeans(Bytes src, kelSize s, const int (&targets)[3]) {
     for (size_t c = 0, n = area(s); c < 3 && n > 0; ++c) {
         const auto begin = src.begin() + ptrdiff_t(c * n), end = begin + ptrdiff_t(n);
@@ -91,14 +93,14 @@ Bytes whitenedDark(const Bytes& a, const Bytes& mask) {
 }
 
 TEST(Enhance, Brightness) {
-    const int ends[] = {std::numeric_limits<int>::min(), std::numeric_limits<int>::max()};
-    for (const int delta : {-256, -255, -100, -1, 0, 1, 77, 255, 256, ends[0], ends[1]})
+    for (const int delta : {-256, -255, -100, -1, 0, 1, 77, 255, 256, kEnds[0], kEnds[1]})
         compare(
             "shift", kPlane, [=](auto s, auto d, auto z) { KelChangeBright(s, d, z, delta); },
             [=](const Bytes& s, auto, auto) {
                 return mapped(s, [=](int v) { return v + double(delta); });
             });
-    const int modes[][3] = {{100, 128, 131}, {999, -5, 0}, {ends[0], ends[1], 200}, {0, 255, 127}};
+    const int modes[][3] = {
+        {100, 128, 131}, {999, -5, 0}, {kEnds[0], kEnds[1], 200}, {0, 255, 127}};
     for (const auto& m : modes)
         compare(
             "means", kColour,
@@ -106,7 +108,7 @@ TEST(Enhance, Brightness) {
             [&](const Bytes& s, auto z, auto) { return shiftedToMeans(s, z, m); });
     const std::pair<int, int> curves[] = {{1, 2}, {60, 120},  {128, 129}, {100, 255}, {254, 255},
                                           {0, 9}, {255, 256}, {9, 9},     {9, 256},   {90, 80}};
-    for (const int mode : {1000, 1001, 1002, 1003, 1004, ends[1]})
+    for (const int mode : {1000, 1001, 1002, 1003, 1004, kEnds[1]})
         for (const auto& curve : curves) {
             const int knee = curve.first, target = curve.second;
             const bool acts = mode % 2 == 1 && mode <= 1003 && knee > 0 && knee < 255 &&
@@ -301,14 +303,13 @@ TEST(Enhance, CalibrationOfA4) {
     Bytes src(300);
     unsigned char* out = src.data();
     kelSize outSize{5, 6};
-    const std::tuple<kelSize, int, double> refused[] = {
-        {{3, 100}, 91, 1.0},
-        {{3, 100}, 90, 1e9},
-        {{3, 9}, 0, 1.0},
-        {{-3, 100}, 10, 1.0},
-        {{3, std::numeric_limits<int>::min()}, 0, 1.0}};
-    for (const auto& [size, split, scale] : refused)
-        EXPECT_EQ(KelCalibrationA4(src.data(), size, &out, &outSize, 1, split, scale, 1.0), -1);
+    const std::tuple<int, int, int, double> refused[] = {{3, 100, 91, 1.0},
+                                                         {3, 100, 90, 1e9},
+                                                         {3, 9, 0, 1.0},
+                                                         {-3, 100, 10, 1.0},
+                                                         {3, kEnds[0], 0, 1.0}};
+    for (const auto& [w, h, split, scale] : refused)
+        EXPECT_EQ(KelCalibrationA4(src.data(), {w, h}, &out, &outSize, 1, split, scale, 1.0), -1);
     EXPECT_TRUE(out == src.data() && outSize.width == 5 && outSize.height == 6);
 }
 

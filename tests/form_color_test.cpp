@@ -17,6 +17,9 @@ using Ints = std::vector<int>;
 constexpr double kValueLimit = 60, kChromaLimit = 40, kBlackRate = 0.4;
 
 struct Range {
+    kel::detail::HueRequest request() {
+        return {kValueLimit, kChromaLimit, kBlackRate, &low, &high, &wraps, &isBlack, &sat, &value};
+    }
     int low = -7, high = -7;
     unsigned char wraps = 77, isBlack = 77;
     double sat = -7, value = -7;
@@ -112,8 +115,7 @@ TEST(FormColour, StripsAlongLines) {
         const FormLines lines{c.rows.data(), int(c.rows.size()), c.columns.data(),
                               int(c.columns.size())};
         EXPECT_EQ(kel::detail::formColourAlong(form.samples.data(), size, c.smallWidth, lines,
-                                               {kValueLimit, kChromaLimit, kBlackRate, &r.low,
-                                                &r.high, &r.wraps, &r.isBlack, &r.sat, &r.value}),
+                                               r.request()),
                   c.result);
         EXPECT_TRUE(r == expected)
             << c.rows[0] << " " << c.left << " sat " << r.sat << " for " << expected.sat;
@@ -134,18 +136,6 @@ TEST(FormColour, MergedRanges) {
         overOper(c[0], c[1], char(c[2]), c[3], c[4], char(c[5]), &low, &high, &wrap);
         EXPECT_EQ((Ints{low, high, wrap}), Ints(c.begin() + 6, c.end())) << c[0] << " " << c[1];
     }
-}
-
-TEST(FormColour, Rectangles) {
-    const auto fields = [](const kelSegInfo& seg) {
-        return std::tuple(seg.x, seg.y, seg.width, seg.height, seg.channels, seg.value);
-    };
-    kelSegInfo seg, other(1, 2, 3, 4, 3, 0.5);
-    EXPECT_EQ(fields(seg), std::tuple(0, 0, 0, 0, 1, 0.0));
-    seg.copy(other);
-    other.setValue(9, 8, 7, 6, 1, -1.5);
-    EXPECT_EQ(fields(seg), std::tuple(1, 2, 3, 4, 3, 0.5));
-    EXPECT_EQ(fields(other), std::tuple(9, 8, 7, 6, 1, -1.5));
 }
 
 }  // namespace

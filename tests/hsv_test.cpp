@@ -14,19 +14,12 @@ namespace {
 
 /// Every triple whose largest channel is one of a few, and all of one tie.
 Bytes manyTriples() {
-    Bytes planes[3];
+    std::vector<std::array<int, 3>> pixels;
     for (int most : {255, 254, 225, 191, 128, 97, 60, 31, 7, 3, 2, 1, 0})
         for (int a = 0; a <= most; ++a)
             for (int b = 0; b <= most; ++b)
-                for (int place = 0; place < 3; ++place) {
-                    planes[place].push_back(static_cast<unsigned char>(most));
-                    planes[(place + 1) % 3].push_back(static_cast<unsigned char>(a));
-                    planes[(place + 2) % 3].push_back(static_cast<unsigned char>(b));
-                }
-    Bytes all = planes[0];
-    for (int c : {1, 2})
-        all.insert(all.end(), planes[c].begin(), planes[c].end());
-    return all;
+                pixels.insert(pixels.end(), {{most, a, b}, {b, most, a}, {a, b, most}});
+    return test::planesOf(pixels);
 }
 
 TEST(Hsv, GreyMapsEqualTheirRuleForManyTriples) {
@@ -110,23 +103,16 @@ using Hues = std::vector<std::pair<int, int>>;  ///< of pixels, in degrees, and 
 
 /// The result, both ends, and whether they wrap and there is no colour; -5 where not written.
 Numbers rangeOf(const Hues& hues, int greys, double blackRate = 0.5) {
-    Bytes planes[3], samples;
-    const auto add = [&](const int(&rgb)[3]) {
-        for (int c = 0; c < 3; ++c)
-            planes[c].push_back(static_cast<unsigned char>(rgb[c]));
-    };
-    for (auto [hue, many] : hues)
-        for (int i = 0; i < many; ++i) {
-            const int up = 40 + 3 * (hue % 60), down = 40 + 3 * (60 - hue % 60);
-            const int table[6][3] = {{220, up, 40},   {down, 220, 40}, {40, 220, up},
-                                     {40, down, 220}, {up, 40, 220},   {220, 40, down}};
-            add(table[hue / 60]);
-        }
-    for (int i = 0; i < greys; ++i)
-        add({90, 90, 90});
-    for (const Bytes& plane : planes)
-        samples.insert(samples.end(), plane.begin(), plane.end());
-    const int count = static_cast<int>(planes[0].size());
+    std::vector<std::array<int, 3>> pixels;
+    for (auto [hue, many] : hues) {
+        const int up = 40 + 3 * (hue % 60), down = 40 + 3 * (60 - hue % 60);
+        const std::array<int, 3> table[] = {{220, up, 40},   {down, 220, 40}, {40, 220, up},
+                                            {40, down, 220}, {up, 40, 220},   {220, 40, down}};
+        pixels.insert(pixels.end(), size_t(many), table[hue / 60]);
+    }
+    pixels.insert(pixels.end(), size_t(greys), {90, 90, 90});
+    Bytes samples = test::planesOf(pixels);
+    const int count = static_cast<int>(pixels.size());
     int low = -5, high = -5;
     unsigned char wraps = 251, black = 251;
     double saturation = -1, value = -1;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <opencv2/imgproc/imgproc_c.h>
 
+#include "cv_handles.h"
 #include "kel_ImageBasicProcess.h"
 #include "kel_ResizeImage_BFast.h"
 #include "kel_cv.h"
@@ -100,20 +101,19 @@ TEST_F(Resize, EveryTeamGivesTheSame) {
 TEST_F(Resize, WhatTheKernelsRefuse) {
     Bytes src = test::randomBytes(300, 1);
     Guarded out(300);
-    const auto kernel = [&](unsigned char* from, int w, int h, int channels, unsigned char* to,
-                            int tw, int th) {
-        EXPECT_EQ(KelResizeImageNNLinear_Fast(from, w, h, channels > 1 ? 3 : 1, to, tw, th), 0);
-        for (int method : {6, 7, 8})
-            EXPECT_EQ(KelResizeImage(from, {w, h}, to, {tw, th}, channels, method), 0);
-        return KelResizeImageLinear_Fast(from, w, h, channels, to, tw, th, 5);
-    };
-    unsigned char *const s = src.data(), *const d = out.data();
-    EXPECT_EQ(kernel(nullptr, 9, 9, 1, d, 9, 9), 1);
-    EXPECT_EQ(kernel(s, 0, 9, 3, d, 9, 9), 1);
-    EXPECT_EQ(kernel(s, 9, -1, 3, d, 9, 9), 1);
-    EXPECT_EQ(kernel(s, 9, 9, 3, nullptr, 9, 9), 1);
-    EXPECT_EQ(kernel(s, 9, 9, 3, d, 0, 9), 1);
-    EXPECT_EQ(kernel(s, 9, 9, 3, d, 9, -5), 1);
+    unsigned char *const s = src.data(), *const d = out.data(), *const none = nullptr;
+    for (auto [from, w, h, to, tw, th] : {std::tuple{none, 9, 9, d, 9, 9},
+                                          {s, 0, 9, d, 9, 9},
+                                          {s, 9, -1, d, 9, 9},
+                                          {s, 9, 9, none, 9, 9},
+                                          {s, 9, 9, d, 0, 9},
+                                          {s, 9, 9, d, 9, -5}})
+        for (int channels : {1, 3}) {
+            EXPECT_EQ(KelResizeImageLinear_Fast(from, w, h, channels, to, tw, th, 5), 1);
+            EXPECT_EQ(KelResizeImageNNLinear_Fast(from, w, h, channels, to, tw, th), 0);
+            for (int method : {6, 7, 8})
+                EXPECT_EQ(KelResizeImage(from, {w, h}, to, {tw, th}, channels, method), 0);
+        }
     for (int channels : {0, 2, 4, -1})
         EXPECT_EQ(KelResizeImageLinear_Fast(s, 9, 9, channels, d, 9, 9, 0), 1);
     EXPECT_EQ(KelResizeImage(s, {9, 9}, d, {9, 9}, 2, 7), 0);
@@ -147,13 +147,11 @@ TEST_F(Resize, OtherMethodsAreOpenCv) {
                 forceTeamSize(method == 2 ? 3 : 0);
                 Bytes src = test::page(from, channels).samples;
                 Bytes expected(area(to) * size_t(channels), 0xAB);
-                IplImage* in = cvCreateImage(cvSize(from.width, from.height), 8, channels);
-                IplImage* scaled = cvCreateImage(cvSize(to.width, to.height), 8, channels);
-                KelPutIplImage(in, src.data());
-                cvResize(in, scaled, interpolation);
-                KelGetIplImage(scaled, expected.data());
-                cvReleaseImage(&in);
-                cvReleaseImage(&scaled);
+                const auto in = makeIplImage(from.width, from.height, channels);
+                const auto scaled = makeIplImage(to.width, to.height, channels);
+                KelPutIplImage(in.get(), src.data());
+                cvResize(in.get(), scaled.get(), interpolation);
+                KelGetIplImage(scaled.get(), expected.data());
                 Guarded out(expected.size());
                 EXPECT_EQ(KelResizeImage(src.data(), from, out.data(), to, channels, method), 0);
                 ASSERT_EQ(out.bytes(), expected)
@@ -166,16 +164,16 @@ TEST_F(Resize, OtherMethodsAreOpenCv) {
                 EXPECT_TRUE(std::equal(expected.begin(), expected.end(), src.begin()));
             }
     Bytes any(100);
-    for (int channels : {1, 3})
+    for (int channels : {1, 3}) {
         for (int method : {0, 1, 3, 4}) {
             EXPECT_EQ(KelResizeImage(nullptr, {5, 5}, any.data(), {4, 4}, channels, method), -1);
             EXPECT_EQ(KelResizeImage(any.data(), {5, 5}, nullptr, {4, 4}, channels, method), -2);
         }
-    for (int channels : {1, 3})
         for (kelSize none : {kelSize{0, 5}, kelSize{5, 0}, kelSize{-2, 5}}) {
             EXPECT_ANY_THROW(KelResizeImage(any.data(), none, any.data(), {5, 5}, channels, 3));
             EXPECT_ANY_THROW(KelResizeImage(any.data(), {5, 5}, any.data(), none, channels, 0));
         }
+    }
 }
 
 }  // namespace

@@ -142,26 +142,25 @@ TEST(Rotate, ImagesThatDoNotMatchAreRefused) {
 }
 
 TEST(Rotate, WhereAPointGoes) {
+    using Point = std::pair<int, int>;
     const auto moved = [](double angle, int w, int h, int x, int y) {
-        int outX = -99, outY = -99;
-        KelRotateCorTran(angle, w, h, x, y, &outX, &outY);
-        return std::pair(outX, outY);
+        Point out(-99, -99);
+        KelRotateCorTran(angle, w, h, x, y, &out.first, &out.second);
+        return out;
     };
-    const auto rule = [](double angle, int w, int h, int x, int y) {
-        const double cx = w * 0.5, cy = h * 0.5;
-        const double radius = int(std::sqrt((x - cx) * (x - cx) + (y - cy) * (y - cy)));
-        const double b = std::atan((cy - y) / (cx - x)) - angle / 180.0 * 3.1415926;
-        return std::pair(int(cx - std::cos(b) * radius), int(cy - radius * std::sin(b)));
-    };
-    EXPECT_EQ(moved(0, 100, 80, 20, 40), std::pair(20, 40));
-    EXPECT_EQ(moved(0, 100, 80, 80, 40), std::pair(20, 40));
-    EXPECT_EQ(moved(90, 100, 80, 20, 40).second, 69);  // 69.99...: pi is short
     for (double angle : {0.0, 12.5, -3.0, 90.0, 270.0})
-        for (auto [x, y] : {std::pair{10, 20}, {90, 20}, {50, 7}, {50, 79}, {-40, 300}, {49, 40}})
-            EXPECT_EQ(moved(angle, 100, 80, x, y), rule(angle, 100, 80, x, y)) << x << " " << y;
-    EXPECT_EQ(moved(33, 100, 80, 50, 40), std::pair(50, 40));
+        for (auto [x, y] : {Point{10, 20}, {90, 20}, {50, 7}, {50, 79}, {-40, 300}, {49, 40}}) {
+            const double radius = int(std::sqrt((x - 50) * (x - 50) + (y - 40) * (y - 40)));
+            const double b = std::atan((40.0 - y) / (50.0 - x)) - angle / 180.0 * 3.1415926;
+            EXPECT_EQ(moved(angle, 100, 80, x, y),
+                      Point(int(50 - std::cos(b) * radius), int(40 - radius * std::sin(b))))
+                << x << " " << y;
+        }
+    EXPECT_EQ(moved(0, 100, 80, 80, 40), Point(20, 40));
+    EXPECT_EQ(moved(90, 100, 80, 20, 40).second, 69);  // 69.99...: pi is short
+    EXPECT_EQ(moved(33, 100, 80, 50, 40), Point(50, 40));
     KelRotateCorTran(0, 9, 9, 1, 1, nullptr, nullptr);
-    EXPECT_EQ(moved(45, 0, 0, -2147483647, -2147483647), std::pair(-2147483647, -40));
+    EXPECT_EQ(moved(45, 0, 0, -2147483647, -2147483647), Point(-2147483647, -40));
 }
 
 }  // namespace
