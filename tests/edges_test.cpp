@@ -275,13 +275,10 @@ Bytes punched(kelSize size, int channels, int strip) {
 }
 
 TEST(Holes, EqualTheirPlainForm) {
-    const Holes cases[] = {
-        {0, 40, 7, 10, 330}, {0, 40, 8, 10, 330},
-        {3, 33, 7, 10, 330}, {0, 40, 8, 10, 299},
-        {0, 40, 8, 83, 330}, {0, 51, 7, 10, 330},
-        {0, 50, 6, 10, 311}, {0, 1, 7, 10, 330},
-        {3, 1, 0, 10, 330},  {3, 40, 6, 9, 330},
-        {3, 40, 9, 9, 331},  {0, 40, 99999, -99999, 330}};  // no int holds the area of the circle
+    const Holes cases[] = {{0, 40, 7, 10, 330}, {0, 40, 8, 10, 330}, {3, 33, 7, 10, 330},
+                           {0, 40, 8, 10, 299}, {0, 40, 8, 83, 330}, {0, 51, 7, 10, 330},
+                           {0, 50, 6, 10, 311}, {0, 1, 7, 10, 330},  {3, 1, 0, 10, 330},
+                           {3, 40, 6, 9, 330},  {3, 40, 9, 9, 331},  {0, 40, 99999, -99999, 330}};
     // Blocks of 12 columns with as many pixels as both limits of radius 6 and 9, and one more or
     // less.
     const int counts[] = {134, 135, 127, 128, 133};

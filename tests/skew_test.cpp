@@ -1,9 +1,10 @@
 // The skew searches against plain forms, on every level and by one and two threads.
 #include <gtest/gtest.h>
 #include <opencv2/core/core_c.h>
-#include <opencv2/imgproc/imgproc_c.h>
+#include <opencv2/imgproc.hpp>
 
 #include <cmath>
+#include <numeric>
 
 #include "kel_CalAngle.h"
 #include "kel_CalAngle_internal.h"
@@ -215,32 +216,31 @@ TEST(SkewByAngles, EqualsThePlainForm) {
 
 TEST(SkewByTurning, FindsHalfDegreesAndKeepsTheFirst) {
     for (int channels : {1, 3}) {
-        IplImage* image = cvCreateImage(cvSize(300, 200), IPL_DEPTH_8U, channels);
-        cvSet(image, cvScalarAll(240), nullptr);
+        cv::Mat page(200, 300, CV_8UC(channels), cv::Scalar::all(240));
         const auto search = [&](double initial, int halfDegrees) {
             double angle = 99;
-            EXPECT_EQ(KelDetectDocAngle(image, &angle, initial, halfDegrees, 128.0), 0);
+            IplImage image = cvIplImage(page);
+            EXPECT_EQ(KelDetectDocAngle(&image, &angle, initial, halfDegrees, 128.0), 0);
             return angle;
         };
         EXPECT_EQ(search(1.25, 3), 1.25);  // nothing scores
         for (int y = 20; y < 180; y += 20)
-            cvLine(image, cvPoint(0, y), cvPoint(299, y - 8), cvScalarAll(10), 3, 8, 0);
+            cv::line(page, {0, y}, {299, y - 8}, cv::Scalar::all(10), 3);
         EXPECT_EQ(search(9.0, 0), 9.0);
         EXPECT_EQ(search(9.0, 6), 1.5);
         EXPECT_EQ(search(9.0, -6), 1.5);
         EXPECT_EQ(search(9.0, 3), 1.0);  // of -1.5 to 1.5 the last is left out
-        cvFlip(image, nullptr, 0);
+        cv::flip(page, page, 0);
         EXPECT_EQ(search(9.0, 3), -1.5);
-        cvReleaseImage(&image);
     }
 }
 
 TEST(SkewPieces, FactorsFiltersAndRefusals) {
-    const std::pair<int, Ints> splits[] = {
-        {100, {2, 2, 5, 5}},       {7, {7}}, {5, {5}}, {4, {4}}, {0, {0}}, {-8, {-8}}, {49, {7, 7}},
-        {2147483647, {2147483647}}};
-    for (const auto& [number, expected] : splits) {
+    for (const Ints& expected :
+         {Ints{2, 2, 5, 5}, {7}, {5}, {4}, {0}, {-8}, {7, 7}, {2147483647}}) {
         int factors[32], count = 0;
+        const int number =
+            std::accumulate(expected.begin(), expected.end(), 1, std::multiplies<>());
         EXPECT_EQ(KelMatteNoToPrimeNumMultiply(number, factors, &count), 0);
         EXPECT_EQ(Ints(factors, factors + count), expected);
     }
