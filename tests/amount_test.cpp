@@ -72,15 +72,13 @@ TEST(Amount, PositionsByNumberOfMarks) {
 /// Where position `p` goes; `ink` gives a column's ink, a negative number beyond the edges.
 template <class Ink>
 int movedPlainly(int p, Ink ink) {
-    const auto P = [&](int k) { return ink(k) < 0 ? 1 << 30 : ink(k); };
-    if (P(p) == 0) return p;
-    if (P(p - 2) == 0) return p - 2;
-    int best = P(p) <= P(p - 2) ? P(p) : P(p - 2), to = P(p) <= P(p - 2) ? p : p - 2;
-    if (P(p - 1) == 0) return p - 1;
-    if (P(p - 1) < best) best = P(p - 1), to = p - 1;
-    if (P(p + 1) == 0) return p + 1;
-    if (P(p + 1) < best) best = P(p + 1), to = p + 1;
-    return P(p + 2) == 0 || P(p + 2) < best ? p + 2 : to;
+    const auto weight = [&](int k) { return ink(k) < 0 ? 1 << 30 : ink(k); };
+    int best = p;
+    for (int k : {p, p - 2, p - 1, p + 1, p + 2}) {
+        if (weight(k) == 0) return k;
+        if (weight(k) < weight(best)) best = k;
+    }
+    return best;
 }
 
 TEST(Amount, PositionsMoveToTheLightestColumn) {

@@ -50,16 +50,16 @@ std::vector<kelConnectArea> recordsOf(const Labelled& of, kelSize size) {
 class Ipl {
   public:
     Ipl(const Bytes& plane, kelSize size, int channels, int padding)
-        : size_(size), step_(size.width * channels + padding), bytes_(laidOut(plane)) {
+        : width_(size_t(size.width)),
+          step_(size_t(size.width * channels + padding)),
+          bytes_(laidOut(plane)) {
         cvInitImageHeader(&image, cvSize(size.width, size.height), IPL_DEPTH_8U, channels);
-        image.widthStep = step_;
-        image.imageSize = step_ * size.height;
-        image.imageData = reinterpret_cast<char*>(bytes_.data());
+        cvSetData(&image, bytes_.data(), int(step_));
     }
     Bytes laidOut(const Bytes& plane) const {
-        Bytes rows(size_t(step_) * size_t(size_.height), 7);
+        Bytes rows(step_ * (plane.size() / width_), 7);
         for (size_t i = 0; i < plane.size(); ++i)
-            rows[i / size_t(size_.width) * size_t(step_) + i % size_t(size_.width)] = plane[i];
+            rows[i / width_ * step_ + i % width_] = plane[i];
         return rows;
     }
     Bytes bytes() const { return bytes_.bytes(); }
@@ -67,8 +67,7 @@ class Ipl {
     IplImage image{};
 
   private:
-    kelSize size_;
-    int step_;
+    size_t width_, step_;
     Guarded bytes_;
 };
 
