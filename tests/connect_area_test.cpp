@@ -142,31 +142,28 @@ TEST(ConnectArea, ShapesAtTheirLimits) {
 
 TEST(ConnectArea, TypesAtTheirLimits) {
     const struct {
-        int type, w, h, area;
-        bool passes;
-    } cases[] = {{1, 60, 14, 500, true},  {1, 61, 14, 500, false}, {1, 61, 15, 500, true},
-                 {1, 7, 11, 49, true},    {1, 7, 11, 48, false},   {1, 6, 20, 60, false},
-                 {1, 20, 10, 60, false},  {1, 20, 20, 80, false},  {1, 20, 20, 81, true},
-                 {1, 20, 20, 279, true},  {1, 20, 20, 280, false}, {3, 20, 20, 400, true},
-                 {3, 20, 20, 80, false},  {2, 9, 9, 9, false},     {2, 9, 9, 10, true},
-                 {2, 9, 9, 9999, true},   {2, 9, 9, 10000, false}, {4, 9, 9, 4, false},
-                 {4, 9, 9, 5, true},      {4, 9, 9, 9999, true},   {4, 9, 9, 10000, false},
-                 {5, 9, 9, 50, false},    {5, 9, 9, 51, true},     {6, 29, 90, 299, true},
-                 {6, 29, 90, 300, false}, {6, 30, 90, 299, false}, {6, 9, 9, 50, false},
-                 {6, 9, 9, 51, true},     {7, 60, 90, 900, false}, {7, 61, 16, 900, true},
-                 {7, 61, 15, 900, false}, {8, 9, 9, 50, false},    {8, 9, 9, 51, true},
-                 {8, 9, 9, 69, true},     {8, 9, 9, 70, false},    {0, 20, 20, 100, false},
-                 {9, 20, 20, 100, false}};
+        int type, w, h, area, passes;
+    } cases[] = {{1, 60, 14, 500, 1}, {1, 61, 14, 500, 0}, {1, 61, 15, 500, 1}, {1, 7, 11, 49, 1},
+                 {1, 7, 11, 48, 0},   {1, 6, 20, 60, 0},   {1, 20, 10, 60, 0},  {1, 20, 20, 80, 0},
+                 {1, 20, 20, 81, 1},  {1, 20, 20, 279, 1}, {1, 20, 20, 280, 0}, {3, 20, 20, 400, 1},
+                 {3, 20, 20, 80, 0},  {2, 9, 9, 9, 0},     {2, 9, 9, 10, 1},    {2, 9, 9, 9999, 1},
+                 {2, 9, 9, 10000, 0}, {4, 9, 9, 4, 0},     {4, 9, 9, 5, 1},     {4, 9, 9, 9999, 1},
+                 {4, 9, 9, 10000, 0}, {5, 9, 9, 50, 0},    {5, 9, 9, 51, 1},    {6, 29, 90, 299, 1},
+                 {6, 29, 90, 300, 0}, {6, 30, 90, 299, 0}, {6, 9, 9, 50, 0},    {6, 9, 9, 51, 1},
+                 {7, 60, 90, 900, 0}, {7, 61, 16, 900, 1}, {7, 61, 15, 900, 0}, {8, 9, 9, 50, 0},
+                 {8, 9, 9, 51, 1},    {8, 9, 9, 69, 1},    {8, 9, 9, 70, 0},    {0, 20, 20, 100, 0},
+                 {9, 20, 20, 100, 0}};
     for (const auto& c : cases) {
         const kelConnectArea record{c.area, 3, 4, 2 + c.w, 3 + c.h, 0};
         kelConnectArea records[] = {record, record, {}};
         Labels types = {-1, -2, -3};
         ::testing::internal::CaptureStdout();
-        EXPECT_EQ(kel_set_caType_value(records, 2, types.data(), c.type, 50, 70), c.passes ? 1 : 0)
+        EXPECT_EQ(kel_set_caType_value(records, 2, types.data(), c.type, 50, 70), c.passes)
             << c.type << ": " << c.w << "x" << c.h << " " << c.area;
         const std::string line = "caArr[1].area = " + std::to_string(c.area) + "\n";
-        EXPECT_EQ(::testing::internal::GetCapturedStdout(), c.passes && c.type == 8 ? line : "");
-        EXPECT_EQ(types, (Labels{-1, !c.passes ? -2 : c.type <= 4 ? 50 : 1, -3}));
+        EXPECT_EQ(::testing::internal::GetCapturedStdout(),
+                  c.passes == 1 && c.type == 8 ? line : "");
+        EXPECT_EQ(types, (Labels{-1, c.passes == 0 ? -2 : c.type <= 4 ? 50 : 1, -3}));
     }
 }
 
