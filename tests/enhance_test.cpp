@@ -141,7 +141,11 @@ TEST(Enhance, Brightness) {
     Bytes noise = randomBytes(1000, 3), moved = noise;
     EXPECT_EQ(KelBrightAver(noise.data(), {10, 100}),
               std::accumulate(noise.begin(), noise.end(), 0.0) / 1000);
-    for (const size_t shift : {1, 5, 40}) {  // plane by plane, each as it stands
+    // Over samples that are still to be read: one by one, or plane by plane as each stands.
+    for (const size_t shift : {1, 5, 40}) {
+        for (size_t i = 0; i < 300; ++i)
+            noise[i + shift] = sampleOf(noise[i] + 3);
+        KelChangeBright(moved.data(), moved.data() + shift, {6, 50}, 3);
         for (size_t from = 0; from < 900; from += 300)
             shiftToMean(noise, from, from + shift, 300, 90);
         KelChangeBrightRGB(moved.data(), moved.data() + shift, {6, 50}, 90, 90, 90);
