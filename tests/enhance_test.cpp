@@ -152,11 +152,9 @@ TEST(Enhance, Brightness) {
         EXPECT_EQ(moved, noise) << shift;
     }
     EXPECT_EQ(KelBrightAver(dark.data(), {0, 3}), 0.0);
-    for (const auto& [r, g, b, grey] : {std::tuple{255, 0, 0, 78},
-                                        {0, 255, 0, 106},
-                                        {0, 0, 255, 63},
-                                        {-4, 0, 0, -1},
-                                        {255, 255, 255, 249}})
+    const int greys[][4] = {
+        {255, 0, 0, 78}, {0, 255, 0, 106}, {0, 0, 255, 63}, {-4, 0, 0, -1}, {255, 255, 255, 249}};
+    for (const auto& [r, g, b, grey] : greys)
         EXPECT_EQ(KelRgb2Grey(r, g, b), grey);
 }
 
@@ -299,12 +297,15 @@ TEST(Enhance, CalibrationOfA4) {
     Bytes src(300);
     unsigned char* out = src.data();
     kelSize outSize{5, 6};
-    for (const auto& [w, h, split, scale] : {std::tuple{3, 100, 91, 1.0},
-                                             {3, 100, 90, 1e9},
-                                             {3, 9, 0, 1.0},
-                                             {-3, 100, 10, 1.0},
-                                             {3, kEnds[0], 0, 1.0}})
-        EXPECT_EQ(KelCalibrationA4(src.data(), {w, h}, &out, &outSize, 1, split, scale, 1.0), -1);
+    const double refused[][4] = {{3, 100, 91, 1},
+                                 {3, 100, 90, 1e9},
+                                 {3, 9, 0, 1},
+                                 {-3, 100, 10, 1},
+                                 {3, -2147483648.0, 0, 1}};
+    for (const auto& [w, h, split, scale] : refused)
+        EXPECT_EQ(
+            KelCalibrationA4(src.data(), {int(w), int(h)}, &out, &outSize, 1, int(split), scale, 1),
+            -1);
     EXPECT_TRUE(out == src.data() && outSize.width == 5 && outSize.height == 6);
 }
 

@@ -54,9 +54,12 @@ std::pair<Ints, Ints> detect(Detect call, IplImage* page, int wave, int peak, in
     EXPECT_EQ(call(page, rows.data(), &rowCount, columns.data(), &columnCount, 40, 30, 4, width,
                    peak, wave, width, peak, wave, debug, more...),
               0);
-    rows.resize(size_t(rowCount));
-    columns.resize(size_t(columnCount));
-    return {rows, columns};
+    const auto reported = [](Ints lines, int count) {
+        EXPECT_EQ(std::count(lines.begin(), lines.end(), -7), int(lines.size()) - count);
+        lines.resize(size_t(std::max(count, 0)));
+        return lines;
+    };
+    return {reported(rows, rowCount), reported(columns, columnCount)};
 }
 
 TEST(FormLines, OnlyNegativeThresholdsReportAndOnlyDebugWrites) {

@@ -76,12 +76,14 @@ TEST(Hsv, PointsFollowTheirRules) {
         ASSERT_EQ(KelTransHsv(&hsv, ratio, favoured), grey(p.most()));
     }
     // Bright pixels have no hue.
-    kelRGB edge[] = {{230, 240, 250}, {225, 240, 250}};
-    kelHSV bright{}, coloured{};
-    KelCvtRgb2HsvPoint_CalRange(&edge[0], &bright);
-    KelCvtRgb2HsvPoint_CalRange(&edge[1], &coloured);
-    EXPECT_EQ(std::tuple(bright.h, bright.s, bright.v, coloured.h),
-              std::tuple(-1.0, 20 / 250.0, 250, 204.0));
+    kelRGB bright{226, 240, 250}, coloured[] = {{225, 240, 250}, {240, 225, 250}, {240, 250, 225}};
+    kelHSV hsv{};
+    KelCvtRgb2HsvPoint_CalRange(&bright, &hsv);
+    EXPECT_EQ(std::tuple(hsv.h, hsv.s, hsv.v), std::tuple(-1.0, 24 / 250.0, 250));
+    for (kelRGB& rgb : coloured) {
+        KelCvtRgb2HsvPoint_CalRange(&rgb, &hsv);
+        EXPECT_EQ(hsv.h, test::fullHue({rgb.r, rgb.g, rgb.b}));
+    }
 }
 
 TEST(Hsv, NumbersOutOfAnyRangeAreSafe) {
