@@ -5,6 +5,7 @@
 
 #include "estimate_twin.h"
 #include "kel_ImageBasicProcess.h"
+#include "kel_ImageStorage.h"
 #include "kel_cv.h"
 
 using namespace test;
@@ -104,6 +105,33 @@ TEST(Binarize, RefusalsLeaveTheTargetAlone) {
             EXPECT_ANY_THROW(call(src, channels, out.data(), none, 0, {5, 0, 15, 1}));
     }
     EXPECT_EQ(out.bytes(), Bytes(area(size), 0xAB));
+}
+
+// FNV-1a.
+uint64_t hashOf(const Bytes& bytes) {
+    uint64_t hash = 14695981039346656037ULL;
+    for (const unsigned char b : bytes)
+        hash = (hash ^ b) * 1099511628211ULL;
+    return hash;
+}
+
+// Results on a real page must not change between releases, processors and compilers.
+TEST(Binarize, ARealPageKeepsItsRecordedResults) {
+    kelSize size{};
+    int channels = 0;
+    unsigned char* page = nullptr;
+    ASSERT_EQ(KelLoadImageFiles(KEL_SAMPLES "/form-ruled.png", &size.width, &size.height, &page,
+                                &channels, 1),
+              0);
+    Bytes plane(area(size));
+    const std::pair<Parameters, uint64_t> recorded[] = {{{1, 128, 0, 0}, 16332605530238785938ULL},
+                                                        {{2, 25, 0, 0}, 11764679797069583087ULL},
+                                                        {{6, 0, 0, 100}, 1093316617863374670ULL}};
+    for (const auto& [p, hash] : recorded) {
+        KelBinarizeImage(page, 3, plane.data(), size, 0, p.method, p.thres, p.block, p.param1);
+        EXPECT_EQ(hashOf(plane), hash) << "method " << p.method;
+    }
+    Kel_ReleaseImage(page);
 }
 
 TEST(Estimate, EqualsThePlainForm) {

@@ -1,6 +1,7 @@
 // Plain rules of the colour family, one pixel at a time.
 #pragma once
 
+#include <array>
 #include <cmath>
 #include <functional>
 
@@ -47,6 +48,15 @@ inline int triangleAffinity(Rgb p, int hue, double satMin, double satMax) {
     const double mid = (satMin + satMax) * 0.5;
     const double value = (180 - std::min(up, down)) * (1 - std::abs(s - mid) / mid);
     return std::clamp(static_cast<int>(value), 0, 255);
+}
+
+/// The planes of pixels that are given one by one.
+inline Bytes planesOf(const std::vector<std::array<int, 3>>& pixels) {
+    Bytes samples;
+    for (size_t c = 0; c < 3; ++c)
+        for (const auto& pixel : pixels)
+            samples.push_back(static_cast<unsigned char>(pixel[c]));
+    return samples;
 }
 
 /// Applies a rule to each pixel of a colour image.

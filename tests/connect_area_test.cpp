@@ -3,16 +3,12 @@
 #include <gtest/gtest.h>
 #include <opencv2/core/core_c.h>
 
-#include <cstdio>
 #include <functional>
 #include <string>
 
 #include "binary_patterns.h"
 #include "kel_ConnectArea_internal.h"
-#include "kel_ImageFileOper.h"
-#include "kel_ImageStorage.h"
-#include "scratch.h"
-#include "support.h"
+#include "loaded_image.h"
 
 using test::area;
 using test::Bytes;
@@ -54,16 +50,16 @@ std::vector<kelConnectArea> recordsOf(const Labelled& of, kelSize size) {
 class Ipl {
   public:
     Ipl(const Bytes& plane, kelSize size, int channels, int padding)
-        : size_(size), step_(size.width * channels + padding), bytes_(laidOut(plane)) {
+        : width_(size_t(size.width)),
+          step_(size_t(size.width * channels + padding)),
+          bytes_(laidOut(plane)) {
         cvInitImageHeader(&image, cvSize(size.width, size.height), IPL_DEPTH_8U, channels);
-        image.widthStep = step_;
-        image.imageSize = step_ * size.height;
-        image.imageData = reinterpret_cast<char*>(bytes_.data());
+        cvSetData(&image, bytes_.data(), int(step_));
     }
     Bytes laidOut(const Bytes& plane) const {
-        Bytes rows(size_t(step_) * size_t(size_.height), 7);
+        Bytes rows(step_ * (plane.size() / width_), 7);
         for (size_t i = 0; i < plane.size(); ++i)
-            rows[i / size_t(size_.width) * size_t(step_) + i % size_t(size_.width)] = plane[i];
+            rows[i / width_ * step_ + i % width_] = plane[i];
         return rows;
     }
     Bytes bytes() const { return bytes_.bytes(); }
@@ -71,8 +67,7 @@ class Ipl {
     IplImage image{};
 
   private:
-    kelSize size_;
-    int step_;
+    size_t width_, step_;
     Guarded bytes_;
 };
 
@@ -116,16 +111,13 @@ TEST(ConnectArea, LabelsAndRecordsEqualThoseOfThePointLists) {
 }
 
 TEST(ConnectArea, ListsMergeAndAreReleased) {
-    Labels labels(12);
+    Labels labels = {1, 2, 1, 2, 0, 0};
     kelPointPosSeq lists[3];
-    for (int i = 0; i < 5; ++i) {
-        lists[1 + i % 2].addOnePoint(i % 4, i / 4);
-        labels[size_t(i)] = 1 + i % 2;
-    }
-    EXPECT_EQ(kel_merge_to_label(lists, 4, 1, 2, labels.data()), 0);
-    EXPECT_EQ(labels, (Labels{1, 1, 1, 1, 1, 0, 0, 0, 0, 0, 0, 0}));
-    EXPECT_TRUE(lists[1].num == 5 && lists[1].tail->x == 3 && lists[1].tail->next == nullptr);
-    lists[1].addOnePoint(9, 9);
+    for (int i = 0; i < 4; ++i)
+        lists[labels[size_t(i)]].addOnePoint(i % 3, i / 3);
+    EXPECT_EQ(kel_merge_to_label(lists, 3, 1, 2, labels.data()), 0);
+    EXPECT_EQ(labels, (Labels{1, 1, 1, 1, 0, 0}));
+    EXPECT_TRUE(lists[1].num == 4 && lists[1].tail->y == 1 && lists[1].tail->next == nullptr);
     lists[1].release();
     for (const auto& list : lists)
         EXPECT_TRUE(list.num == 0 && list.tail == &list.head && list.head.next == nullptr);
@@ -152,86 +144,81 @@ TEST(ConnectArea, ShapesAtTheirLimits) {
 
 TEST(ConnectArea, TypesAtTheirLimits) {
     const struct {
-        int type, w, h, area;
-        bool passes;
-    } cases[] = {{1, 60, 14, 500, true},  {1, 61, 14, 500, false}, {1, 61, 15, 500, true},
-                 {1, 7, 11, 49, true},    {1, 7, 11, 48, false},   {1, 6, 20, 60, false},
-                 {1, 20, 10, 60, false},  {1, 20, 20, 80, false},  {1, 20, 20, 81, true},
-                 {1, 20, 20, 279, true},  {1, 20, 20, 280, false}, {3, 20, 20, 400, true},
-                 {3, 20, 20, 80, false},  {2, 9, 9, 9, false},     {2, 9, 9, 10, true},
-                 {2, 9, 9, 9999, true},   {2, 9, 9, 10000, false}, {4, 9, 9, 4, false},
-                 {4, 9, 9, 5, true},      {4, 9, 9, 9999, true},   {4, 9, 9, 10000, false},
-                 {5, 9, 9, 50, false},    {5, 9, 9, 51, true},     {6, 29, 90, 299, true},
-                 {6, 29, 90, 300, false}, {6, 30, 90, 299, false}, {6, 9, 9, 50, false},
-                 {6, 9, 9, 51, true},     {7, 60, 90, 900, false}, {7, 61, 16, 900, true},
-                 {7, 61, 15, 900, false}, {8, 9, 9, 50, false},    {8, 9, 9, 51, true},
-                 {8, 9, 9, 69, true},     {8, 9, 9, 70, false},    {0, 20, 20, 100, false},
-                 {9, 20, 20, 100, false}};
+        int type, w, h, area, passes;
+    } cases[] = {{1, 60, 14, 500, 1}, {1, 61, 14, 500, 0}, {1, 61, 15, 500, 1}, {1, 7, 11, 49, 1},
+                 {1, 7, 11, 48, 0},   {1, 6, 20, 60, 0},   {1, 20, 10, 60, 0},  {1, 20, 20, 80, 0},
+                 {1, 20, 20, 81, 1},  {1, 20, 20, 279, 1}, {1, 20, 20, 280, 0}, {3, 20, 20, 400, 1},
+                 {3, 20, 20, 80, 0},  {2, 9, 9, 9, 0},     {2, 9, 9, 10, 1},    {2, 9, 9, 9999, 1},
+                 {2, 9, 9, 10000, 0}, {4, 9, 9, 4, 0},     {4, 9, 9, 5, 1},     {4, 9, 9, 9999, 1},
+                 {4, 9, 9, 10000, 0}, {5, 9, 9, 50, 0},    {5, 9, 9, 51, 1},    {6, 29, 90, 299, 1},
+                 {6, 29, 90, 300, 0}, {6, 30, 90, 299, 0}, {6, 9, 9, 50, 0},    {6, 9, 9, 51, 1},
+                 {7, 60, 90, 900, 0}, {7, 61, 16, 900, 1}, {7, 61, 15, 900, 0}, {8, 9, 9, 50, 0},
+                 {8, 9, 9, 51, 1},    {8, 9, 9, 69, 1},    {8, 9, 9, 70, 0},    {0, 20, 20, 100, 0},
+                 {9, 20, 20, 100, 0}};
     for (const auto& c : cases) {
-        kelConnectArea records[] = {{}, {c.area, 3, 4, 2 + c.w, 3 + c.h, 0}, {}};
-        records[0] = records[1];
-        int types[] = {-1, -2, -3};
+        const kelConnectArea record{c.area, 3, 4, 2 + c.w, 3 + c.h, 0};
+        kelConnectArea records[] = {record, record, {}};
+        Labels types = {-1, -2, -3};
         ::testing::internal::CaptureStdout();
-        ASSERT_EQ(kel_set_caType_value(records, 2, types, c.type, 50, 70), c.passes ? 1 : 0)
+        EXPECT_EQ(kel_set_caType_value(records, 2, types.data(), c.type, 50, 70), c.passes)
             << c.type << ": " << c.w << "x" << c.h << " " << c.area;
         const std::string line = "caArr[1].area = " + std::to_string(c.area) + "\n";
-        EXPECT_EQ(::testing::internal::GetCapturedStdout(), c.passes && c.type == 8 ? line : "");
-        EXPECT_EQ(types[1], !c.passes ? -2 : c.type <= 4 ? 50 : 1);
-        EXPECT_TRUE(types[0] == -1 && types[2] == -3);
-        EXPECT_EQ(kel_set_caType_value(records, 1, types, c.type, 50, 70), 0);
+        EXPECT_EQ(::testing::internal::GetCapturedStdout(),
+                  c.passes == 1 && c.type == 8 ? line : "");
+        EXPECT_EQ(types, (Labels{-1, c.passes == 0 ? -2 : c.type <= 4 ? 50 : 1, -3}));
     }
 }
 
-TEST(ConnectArea, CopiesByClassEqualTheirPlainForms) {
+struct ByClass : ::testing::Test {
+    int classOf(size_t k, size_t i) const { return types[size_t(labels[k][i])]; }
+
     const kelSize size{67, 9};
-    const Bytes src = test::randomBytes(area(size), 1, 0, 3),
-                dst = test::randomBytes(area(size), 2);
+    Bytes src = test::randomBytes(area(size), 1, 0, 3), dst = test::randomBytes(area(size), 2);
     const Bytes other = test::randomBytes(area(size), 3, 0, 2);
-    Labels labels[2], types = {0, 1, 1, 2, 1};
-    for (unsigned k = 0; k < 2; ++k)
-        for (const unsigned char label : test::randomBytes(area(size), 4 + k, 0, 5))
-            labels[k].push_back(label);
-    const auto classOf = [&](int k, size_t i) { return types[size_t(labels[k][i])]; };
+    const Bytes random[2] = {test::randomBytes(area(size), 4, 0, 5),
+                             test::randomBytes(area(size), 5, 0, 5)};
+    Labels labels[2] = {{random[0].begin(), random[0].end()}, {random[1].begin(), random[1].end()}};
+    Labels types = {0, 1, 1, 2, 1};
+};
+
+TEST_F(ByClass, CopiesEqualTheirPlainForm) {
     for (const int mode : {0, 1, -5})
         for (const bool isIpl : {true, false}) {
-            Bytes expected = dst, in = src;
-            for (size_t i = 0; i < src.size(); ++i) {
-                if (src[i] == 0 || (classOf(0, i) == 1) == (mode != 0)) continue;
-                const size_t from = isIpl ? i : i % size_t(size.width);
-                expected[i] = mode != 0 ? 0 : src[from];
-            }
+            Bytes expected = dst;
+            for (size_t i = 0; i < src.size(); ++i)
+                if (src[i] != 0 && (classOf(0, i) == 1) == (mode == 0))
+                    expected[i] = mode != 0 ? 0 : src[isIpl ? i : i % size_t(size.width)];
             Ipl from(src, size, 1, 5), to(dst, size, 1, 5);
             Guarded out(dst);
             // The target is addressed by the stride of the source.
             to.image.widthStep = 1;
             EXPECT_EQ(isIpl ? kel_copy_IplImage_label_eff(&from.image, labels[0].data(), -1,
                                                           types.data(), &to.image, 1, mode)
-                            : kel_copy_uc_label_eff(in.data(), labels[0].data(), 0, types.data(),
+                            : kel_copy_uc_label_eff(src.data(), labels[0].data(), 0, types.data(),
                                                     out.data(), size.width, size.height, 1, mode),
                       0);
             EXPECT_EQ(isIpl ? to.bytes() : out.bytes(), isIpl ? to.laidOut(expected) : expected);
         }
+}
 
-    Labels expectedTypes = types;
-    Bytes grown(src.size()), result = dst;
+TEST_F(ByClass, ChangesEqualTheirPlainForm) {
+    Labels expectedTypes = types, changed = types;
+    Bytes result = dst;
     for (size_t i = 0; i < src.size(); ++i) {
-        if (src[i] == 0 || other[i] == 0 || classOf(0, i) != 1) continue;
-        if (classOf(1, i) == 2) expectedTypes[size_t(labels[1][i])] = 9;
-        if (classOf(1, i) != 2) continue;
-        const int x = int(i) % size.width, y = int(i) / size.width;
-        for (int v = std::max(y - 1, 0); v <= std::min(y + 1, size.height - 1); ++v)
-            for (int u = std::max(x - 1, 0); u <= std::min(x + 1, size.width - 1); ++u)
-                grown[size_t(v * size.width + u)] = 1;
+        if (src[i] == 0 || other[i] == 0 || classOf(0, i) != 1 || classOf(1, i) != 2) continue;
+        expectedTypes[size_t(labels[1][i])] = 9;
+        for (size_t k = 0; k < src.size(); ++k) {
+            const int dx = int(k % 67) - int(i % 67), dy = int(k / 67) - int(i / 67);
+            if (std::max(std::abs(dx), std::abs(dy)) <= 1 && (src[k] != 0 || other[k] != 0))
+                result[k] = 255;
+        }
     }
-    for (size_t i = 0; i < src.size(); ++i)
-        if (grown[i] != 0 && (src[i] != 0 || other[i] != 0)) result[i] = 255;
     Ipl a(src, size, 1, 0), b(other, size, 1, 0), out(dst, size, 1, 0);
     EXPECT_EQ(
         kel_process_IplImage_label_eff(&a.image, labels[0].data(), 0, types.data(), 1, &b.image,
                                        labels[1].data(), 0, types.data(), 2, &out.image),
         0);
     EXPECT_EQ(out.bytes(), result);
-    Labels changed = types;
     Ipl wideA(src, size, 1, 4), wideB(other, size, 1, 4);
     EXPECT_EQ(kel_set_IplImage_label_eff(&wideA.image, labels[0].data(), 0, types.data(), 1,
                                          &wideB.image, labels[1].data(), 0, changed.data(), 2, 9),
@@ -243,82 +230,73 @@ struct Removal {
     const char* name;
     std::function<int(IplImage*)> call;
     std::function<bool(const kelConnectArea&)> keeps;
-    bool leavesWhenNone, printsCounts, printsAreas;
 };
 
 std::vector<Removal> removals(int least, int below) {
     const auto above = [=](const kelConnectArea& a) { return a.area > least; };
     return {
-        {"smallspot", [=](IplImage* i) { return kel_del_smallspot_IplImage(i, least); }, above,
-         false, true, false},
+        {"smallspot", [=](IplImage* i) { return kel_del_smallspot_IplImage(i, least); }, above},
         {"bill", [=](IplImage* i) { return kel_del_smallspot_IplImage_bill(i, least, below); },
-         [=](const kelConnectArea& a) { return above(a) && a.area < below; }, true, true, true},
+         [=](const kelConnectArea& a) { return above(a) && a.area < below; }},
         {"smallspot1", kel_del_smallspot_IplImage1,
-         [](const kelConnectArea& a) { return a.x1 - a.x0 > 59 && a.y1 - a.y0 > 14; }, false, false,
-         false},
+         [](const kelConnectArea& a) { return a.x1 - a.x0 > 59 && a.y1 - a.y0 > 14; }},
         {"small big", [=](IplImage* i) { return kel_del_small_big_spot_IplImage(i, least); },
-         [=](const kelConnectArea& a) { return above(a) && a.area <= 299 && a.x1 - a.x0 <= 28; },
-         false, false, false}};
+         [=](const kelConnectArea& a) { return above(a) && a.area <= 299 && a.x1 - a.x0 <= 28; }}};
 }
 
+/// What is left of a plane, how many areas, and a line for each.
 struct Expected {
+    template <class Keeps>
+    Expected(Bytes all, const Labelled& labelled, kelSize size, const Keeps& keeps) : plane(all) {
+        const auto records = recordsOf(labelled, size);
+        std::vector<bool> stays(records.size());
+        for (size_t label = 1; label < records.size(); ++label) {
+            stays[label] = keeps(records[label]);
+            if (!stays[label]) continue;
+            ++kept;
+            lines += "caArr[" + std::to_string(label) +
+                     "].area = " + std::to_string(records[label].area) + "\n";
+        }
+        for (size_t i = 0; labelled.count > 0 && i < plane.size(); ++i)
+            if (!stays[size_t(labelled.labels[i])]) plane[i] = 0;
+    }
     Bytes plane;
     int kept = 0;
     std::string lines;
 };
 
-template <class Keeps>
-Expected keptOf(const Bytes& plane, const Labelled& labelled, kelSize size, const Keeps& keeps) {
-    const auto records = recordsOf(labelled, size);
-    Expected result{plane, 0, ""};
-    for (size_t label = 1; label < records.size(); ++label)
-        if (keeps(records[label]) && ++result.kept > 0)
-            result.lines += "caArr[" + std::to_string(label) +
-                            "].area = " + std::to_string(records[label].area) + "\n";
-    if (labelled.count > 0)
-        for (size_t i = 0; i < plane.size(); ++i)
-            if (labelled.labels[i] == 0 || !keeps(records[size_t(labelled.labels[i])]))
-                result.plane[i] = 0;
-    return result;
-}
-
 TEST(SpotRemoval, EqualsItsPlainForms) {
     forEachPattern([](const Bytes& plane, kelSize size) {
         const Labelled any = labelledByLists(plane, size, false);
         const Labelled full = labelledByLists(plane, size, true);
+        const std::string head = "len = " + std::to_string(plane.size()) +
+                                 ", w = " + std::to_string(size.width) +
+                                 ", h = " + std::to_string(size.height) + "\n";
         for (const auto& [least, below] : {std::pair{0, 3}, {1, 4}, {3, 300}, {99999, 9}}) {
             for (const Removal& removal : removals(least, below)) {
-                const Expected expected = keptOf(plane, any, size, removal.keeps);
-                const bool none = any.count > 0 && expected.kept == 0;
-                std::string lines = removal.printsAreas
-                                        ? "len = " + std::to_string(plane.size()) +
-                                              ", w = " + std::to_string(size.width) +
-                                              ", h = " + std::to_string(size.height) + "\n"
-                                        : "";
-                if (removal.printsAreas) lines += expected.lines;
-                if (removal.printsCounts && any.count > 0)
+                const Expected expected(plane, any, size, removal.keeps);
+                const std::string name = removal.name;
+                const bool isBill = name == "bill";
+                const bool isLeft = isBill && any.count > 0 && expected.kept == 0;
+                std::string lines = isBill ? head + expected.lines : "";
+                if (any.count > 0 && (isBill || name == "smallspot"))
                     lines += "labelNo = " + std::to_string(any.count + 1) +
                              ", setCNo = " + std::to_string(expected.kept) + "\n";
-                if (removal.printsAreas && none) lines += "setCNo = 0\n";
+                if (isLeft) lines += "setCNo = 0\n";
                 Ipl image(plane, size, 1, 4);
                 ::testing::internal::CaptureStdout();
-                const int result = removal.call(&image.image);
-                EXPECT_EQ(::testing::internal::GetCapturedStdout(), lines) << removal.name;
-                EXPECT_EQ(result, none && removal.leavesWhenNone ? -1 : 0);
-                ASSERT_EQ(image.bytes(),
-                          image.laidOut(none && removal.leavesWhenNone ? plane : expected.plane))
-                    << removal.name << " of " << ::testing::PrintToString(size);
+                EXPECT_EQ(removal.call(&image.image), isLeft ? -1 : 0);
+                EXPECT_EQ(::testing::internal::GetCapturedStdout(), lines) << name;
+                ASSERT_EQ(image.bytes(), image.laidOut(isLeft ? plane : expected.plane))
+                    << name << " of " << ::testing::PrintToString(size);
             }
-            const int limit = least;
             Guarded spots(plane), pruned(plane);
-            EXPECT_EQ(kel_del_smallspot_uc(spots.data(), size.width, size.height, limit), 0);
-            EXPECT_EQ(PruneSmallSpot(pruned.data(), size.width, size.height, limit), 0);
-            ASSERT_EQ(spots.bytes(), keptOf(plane, full, size, [=](const kelConnectArea& a) {
-                                         return a.area > limit;
-                                     }).plane);
-            ASSERT_EQ(pruned.bytes(), keptOf(plane, any, size, [=](const kelConnectArea& a) {
-                                          return a.area >= limit;
-                                      }).plane);
+            EXPECT_EQ(kel_del_smallspot_uc(spots.data(), size.width, size.height, least), 0);
+            EXPECT_EQ(PruneSmallSpot(pruned.data(), size.width, size.height, least), 0);
+            const auto reaches = [limit = least](auto& a) { return a.area >= limit; };
+            const auto exceeds = [limit = least](auto& a) { return a.area > limit; };
+            ASSERT_EQ(spots.bytes(), Expected(plane, full, size, exceeds).plane);
+            ASSERT_EQ(pruned.bytes(), Expected(plane, any, size, reaches).plane);
         }
     });
     for (const kelSize none : {kelSize{0, 5}, {5, 0}, {-3, 4}}) {
@@ -343,23 +321,19 @@ TEST(ConnectArea, DrawsLabelsOverTheImage) {
     Bytes colour = test::randomBytes(18, 5);
     for (const int channels : {1, 3, 2}) {
         EXPECT_EQ(KC_DrawCALabelBuf(colour.data(), 3, 2, channels, labels, file.data()), 0);
-        unsigned char* drawn = nullptr;
-        int w = 0, h = 0, planes = 0;
-        ASSERT_EQ(Kel_LoadImageFile2Buffer(file.c_str(), &drawn, &w, &h, &planes), 0);
-        ASSERT_TRUE(w == 3 && h == 2 && planes == 3);
+        const test::LoadedImage drawn(file);
+        ASSERT_TRUE(drawn.size == (kelSize{3, 2}) && drawn.channels == 3);
         for (size_t i = 0; i < 6; ++i)
             for (size_t c = 0; c < 3; ++c) {
                 const kelRGB paint = caShowColor[labels[i] % 6];
                 const int under = channels == 2 ? 0 : colour[channels == 3 ? 6 * c + i : i];
                 const int over = c == 0 ? paint.r : c == 1 ? paint.g : paint.b;
-                EXPECT_EQ(drawn[6 * c + i], labels[i] > 0 ? over : under) << i << " " << c;
+                EXPECT_EQ(drawn.samples[6 * c + i], labels[i] > 0 ? over : under) << i << " " << c;
             }
-        Kel_ReleaseImage(drawn);
-        std::remove(file.c_str());
+        std::filesystem::remove(file);
         EXPECT_EQ(KC_DrawCALabelBuf(labels, 3, 2, file.data()), 0);
         EXPECT_EQ(KC_DrawCALabelBuf(colour.data(), 0, 2, channels, labels, file.data()), 0);
-        std::FILE* const written = std::fopen(file.c_str(), "rb");
-        EXPECT_EQ(written, nullptr);
+        EXPECT_FALSE(std::filesystem::exists(file));
     }
 }
 

@@ -6,8 +6,8 @@
 
 #include <algorithm>
 
+#include "colour_twin.h"
 #include "kernels/row_kernels.h"
-#include "support.h"
 
 namespace test {
 
@@ -52,10 +52,11 @@ Bytes mapped(Bytes samples, Rule rule) {
         v = sampleOf(rule(v));
     return samples;
 }
-enum class Content { noise, binary, flagged };
+enum class Content { noise, binary, flagged, stamped };
 
-/// Samples to work on: noise; thick blobs of 255; or blobs mixed with other values.
+/// Samples to work on: noise; thick blobs of 255; blobs mixed with other values; or a stamped page.
 inline Bytes content(Content kind, kelSize s, int planes) {
+    if (kind == Content::stamped) return stampedPage(s).samples;
     Bytes all = randomBytes(area(s) * size_t(planes), unsigned(s.width * 131 + s.height));
     if (kind == Content::noise) return all;
     for (size_t i = 0; i < all.size(); ++i) {
@@ -73,27 +74,38 @@ struct Takes {
     int in, out;
     bool inPlace;
     Content kind = Content::noise;
+    kelSize more{0, 0};  ///< beside the awkward sizes
 };
 
-constexpr Takes kPlane{1, 1, true}, kColour{3, 3, true};
+constexpr Takes kPlane{1, 1, true}, kColour{3, 3, true},
+    kStamped{3, 3, true, Content::stamped, {97, 61}};
 
-/// Compares ours(src, dst, size) with plain(src samples, size, dst samples before).
+/// Compares ours(src, dst, size) with plain(src samples, size, dst samples before) on one source.
+template <class Ours, class Plain>
+void compareOn(const std::string& name, kelSize size, Bytes src, Takes takes, Ours ours,
+               Plain plain) {
+    const Bytes before = src, target = randomBytes(area(size) * size_t(takes.out), 9);
+    const Bytes expected = area(size) > 0 ? plain(src, size, target) : target;
+    Guarded dst(target), both(src);
+    ours(src.data(), dst.data(), size);
+    ASSERT_EQ(dst.bytes(), expected) << name << " " << ::testing::PrintToString(size);
+    ASSERT_EQ(src, before) << name;
+    if (!takes.inPlace) return;
+    ours(both.data(), both.data(), size);
+    const Bytes got = both.bytes();
+    ASSERT_TRUE(std::equal(expected.begin(), expected.end(), got.begin())) << name << " in place";
+}
+
+/// The same on awkward sizes, by both levels.
 template <class Ours, class Plain>
 void compare(const char* name, Takes takes, Ours ours, Plain plain) {
     using kel::detail::CpuLevel;
+    auto sizes = awkwardSizes();
+    sizes.push_back(takes.more);
     for (const CpuLevel level : {CpuLevel::plain, CpuLevel::best})
-        for (kelSize size : awkwardSizes()) {
+        for (kelSize size : sizes) {
             kel::detail::limitCpuLevel(level);
-            Bytes src = content(takes.kind, size, takes.in);
-            const Bytes before = src, target = randomBytes(area(size) * size_t(takes.out), 9);
-            const Bytes expected = area(size) > 0 ? plain(src, size, target) : target;
-            Guarded dst(target), both(src);
-            ours(src.data(), dst.data(), size);
-            ASSERT_EQ(dst.bytes(), expected) << name << " " << ::testing::PrintToString(size);
-            ASSERT_EQ(src, before) << name;
-            if (!takes.inPlace) continue;
-            ours(both.data(), both.data(), size);
-            ASSERT_EQ(both.bytes(), expected) << name << " in place";
+            compareOn(name, size, content(takes.kind, size, takes.in), takes, ours, plain);
         }
 }
 

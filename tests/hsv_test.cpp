@@ -12,23 +12,14 @@ using test::Rgb;
 
 namespace {
 
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-
 /// Every triple whose largest channel is one of a few, and all of one tie.
 Bytes manyTriples() {
-    Bytes planes[3];
+    std::vector<std::array<int, 3>> pixels;
     for (int most : {255, 254, 225, 191, 128, 97, 60, 31, 7, 3, 2, 1, 0})
         for (int a = 0; a <= most; ++a)
             for (int b = 0; b <= most; ++b)
-                for (int place = 0; place < 3; ++place) {
-                    planes[place].push_back(static_cast<unsigned char>(most));
-                    planes[(place + 1) % 3].push_back(static_cast<unsigned char>(a));
-                    planes[(place + 2) % 3].push_back(static_cast<unsigned char>(b));
-                }
-    Bytes all = planes[0];
-    for (int c : {1, 2})
-        all.insert(all.end(), planes[c].begin(), planes[c].end());
-    return all;
+                pixels.insert(pixels.end(), {{most, a, b}, {b, most, a}, {a, b, most}});
+    return test::planesOf(pixels);
 }
 
 TEST(Hsv, GreyMapsEqualTheirRuleForManyTriples) {
@@ -39,8 +30,7 @@ TEST(Hsv, GreyMapsEqualTheirRuleForManyTriples) {
     for (const auto& [hue, ratio] : ends) {
         const Bytes expected =
             test::eachPixel(image, [r = ratio, h = hue](Rgb p) { return test::affinity(p, r, h); });
-        for (kel::detail::CpuLevel level :
-             {kel::detail::CpuLevel::plain, kel::detail::CpuLevel::best}) {
+        for (auto level : {kel::detail::CpuLevel::plain, kel::detail::CpuLevel::best}) {
             kel::detail::limitCpuLevel(level);
             test::Guarded out(expected.size());
             KelRgb2Grey_Hsv(image.data(), size, out.data(), ratio, hue);
@@ -49,12 +39,14 @@ TEST(Hsv, GreyMapsEqualTheirRuleForManyTriples) {
     }
     const std::tuple<int, double, double> windows[] = {
         {0, 0, 1}, {300, 0.25, 0.5}, {120, 0.5, 0.5}, {-400, 0.1, 0.9}, {60, 0.6, 0.4}};
-    for (const auto& [hue, low, high] : windows) {
-        test::Guarded out(image.size() / 3);
+    for (const auto& window : windows) {
+        const auto [hue, low, high] = window;
+        const Bytes expected = test::eachPixel(image, [&](Rgb p) {
+            return std::apply([&](auto... w) { return test::triangleAffinity(p, w...); }, window);
+        });
+        test::Guarded out(expected.size());
         KelRgb2Grey_Hsv1(image.data(), size, out.data(), hue, low, high);
-        ASSERT_EQ(out.bytes(), test::eachPixel(image, [h = hue, l = low, m = high](Rgb p) {
-                      return test::triangleAffinity(p, h, l, m);
-                  }));
+        ASSERT_EQ(out.bytes(), expected);
     }
 }
 
@@ -82,23 +74,23 @@ TEST(Hsv, PointsFollowTheirRules) {
         };
         ASSERT_EQ(KelCvtRgb2HsvPoint1(&rgb, ratio, favoured), neutral ? 0 : grey(p.most() / 255.0));
         ASSERT_EQ(KelTransHsv(&hsv, ratio, favoured), grey(p.most()));
-        ASSERT_EQ(KelCvtRgb2HsvPoint2(&rgb, favoured, 0.1, 0.7),
-                  test::triangleAffinity(p, favoured, 0.1, 0.7));
     }
-    kelRGB edge[] = {{230, 240, 250}, {225, 240, 250}};
+    // Bright pixels have no hue.
+    kelRGB bright{226, 240, 250}, coloured[] = {{225, 240, 250}, {240, 225, 250}, {240, 250, 225}};
     kelHSV hsv{};
-    KelCvtRgb2HsvPoint_CalRange(&edge[0], &hsv);
-    EXPECT_EQ(std::tuple(hsv.h, hsv.s, hsv.v), std::tuple(-1.0, 20 / 250.0, 250));
-    KelCvtRgb2HsvPoint_CalRange(&edge[1], &hsv);
-    EXPECT_EQ(hsv.h, 204.0);
+    KelCvtRgb2HsvPoint_CalRange(&bright, &hsv);
+    EXPECT_EQ(std::tuple(hsv.h, hsv.s, hsv.v), std::tuple(-1.0, 24 / 250.0, 250));
+    for (kelRGB& rgb : coloured) {
+        KelCvtRgb2HsvPoint_CalRange(&rgb, &hsv);
+        EXPECT_EQ(hsv.h, test::fullHue({rgb.r, rgb.g, rgb.b}));
+    }
 }
 
 TEST(Hsv, NumbersOutOfAnyRangeAreSafe) {
     kelRGB red{200, 3, 2};
-    const int limits[] = {std::numeric_limits<int>::min(), std::numeric_limits<int>::max()};
-    const double infinity = std::numeric_limits<double>::infinity();
-    for (int hue : limits)
-        for (double odd : {kNaN, infinity, -infinity, 1e300, -1e300}) {
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    for (int hue : {std::numeric_limits<int>::min(), std::numeric_limits<int>::max()})
+        for (double odd : {std::nan(""), infinity, -infinity, 1e300, -1e300}) {
             kelHSV hsv{odd, 0.5, odd};
             for (int grey :
                  {KelCvtRgb2HsvPoint1(&red, odd, hue), KelTransHsv(&hsv, odd, hue),
@@ -108,57 +100,43 @@ TEST(Hsv, NumbersOutOfAnyRangeAreSafe) {
         }
 }
 
-struct Range {
-    int result, low, high, wraps, black;
-};
+using Numbers = std::vector<int>;
+using Hues = std::vector<std::pair<int, int>>;  ///< of pixels, in degrees, and how many
 
-/// Samples as (hue in steps of one degree, how many); the outputs are -5 (251) where not written.
-Range rangeOf(const std::vector<std::pair<int, int>>& hues, int greys, double blackRate = 0.5) {
-    Bytes planes[3];
-    const auto add = [&](int r, int g, int b) {
-        const int rgb[3] = {r, g, b};
-        for (int c = 0; c < 3; ++c)
-            planes[c].push_back(static_cast<unsigned char>(rgb[c]));
-    };
-    for (auto [hue, many] : hues)
-        for (int i = 0; i < many; ++i) {
-            const int sextant = hue / 60, up = 40 + 3 * (hue % 60), down = 40 + 3 * (60 - hue % 60);
-            const int table[6][3] = {{220, up, 40},   {down, 220, 40}, {40, 220, up},
-                                     {40, down, 220}, {up, 40, 220},   {220, 40, down}};
-            add(table[sextant][0], table[sextant][1], table[sextant][2]);
-        }
-    for (int i = 0; i < greys; ++i)
-        add(90, 90, 90);
-    Bytes samples;
-    for (const Bytes& plane : planes)
-        samples.insert(samples.end(), plane.begin(), plane.end());
-    const int count = static_cast<int>(planes[0].size());
-    Range out{0, -5, -5, 0, 0};
+/// The result, both ends, and whether they wrap and there is no colour; -5 where not written.
+Numbers rangeOf(const Hues& hues, int greys, double blackRate = 0.5) {
+    std::vector<std::array<int, 3>> pixels;
+    for (auto [hue, many] : hues) {
+        const int up = 40 + 3 * (hue % 60), down = 40 + 3 * (60 - hue % 60);
+        const std::array<int, 3> table[] = {{220, up, 40},   {down, 220, 40}, {40, 220, up},
+                                            {40, down, 220}, {up, 40, 220},   {220, 40, down}};
+        pixels.insert(pixels.end(), size_t(many), table[hue / 60]);
+    }
+    pixels.insert(pixels.end(), size_t(greys), {90, 90, 90});
+    Bytes samples = test::planesOf(pixels);
+    const int count = static_cast<int>(pixels.size());
+    int low = -5, high = -5;
     unsigned char wraps = 251, black = 251;
     double saturation = -1, value = -1;
-    out.result = KelCalHsvRange(samples.data(), count, 120, 30, blackRate, &out.low, &out.high,
-                                &wraps, &black, &saturation, &value);
+    const int result = KelCalHsvRange(samples.data(), count, 120, 30, blackRate, &low, &high,
+                                      &wraps, &black, &saturation, &value);
     const int coloured = count - greys;
     EXPECT_NEAR(saturation, coloured * (180 / 220.0) / count, 1e-12);
     EXPECT_NEAR(value, (coloured * 220.0 + greys * 90.0) / count, 1e-9);
-    return {out.result, out.low, out.high, wraps, black};
+    return {result, low, high, static_cast<signed char>(wraps), static_cast<signed char>(black)};
 }
 
 TEST(Hsv, RangesOfHue) {
     const auto about = [](int from, int to, int many) {
-        std::vector<std::pair<int, int>> hues;
+        Hues hues;
         for (int h = from; h <= to; ++h)
             hues.emplace_back((h + 360) % 360, many);
         return hues;
     };
-    const auto with = [](auto hues, int hue, int many) {
-        hues.emplace_back(hue, many);
-        return hues;
-    };
-    const std::tuple<std::vector<std::pair<int, int>>, int, Range> cases[] = {
+    const std::tuple<Hues, int, Numbers> cases[] = {
         {about(200, 220, 5), 0, {0, 189, 231, 0, 0}},
         // A cell at a third of the peak: 33 of 100 is not below the edge, 32 is.
-        {with(with(about(200, 200, 100), 201, 33), 202, 32), 0, {0, 189, 212, 0, 0}},
+        {{{200, 100}, {201, 33}, {202, 32}}, 0, {0, 189, 212, 0, 0}},
         {about(95, 95, 9), 0, {0, 84, 106, 0, 0}},
         {about(100, 168, 4), 0, {0, 89, 179, 0, 0}},       // 90 wide with its margins
         {about(100, 169, 4), 0, {-1, 89, 180, 0, 0}},      // written all the same
@@ -171,20 +149,14 @@ TEST(Hsv, RangesOfHue) {
         {about(300, 340, 2), 0, {0, 288, 350, 0, 0}},
         {about(345, 356, 2), 0, {0, 333, 360, 0, 0}},
         {about(10, 78, 2), 0, {0, 0, 88, 0, 0}},  // 90 wide with its margins
-        {about(10, 79, 2), 0, {-1, -5, -5, 251, 0}},
-        {about(0, 180, 2), 0, {-1, -5, -5, 251, 0}},
+        {about(10, 79, 2), 0, {-1, -5, -5, -5, 0}},
+        {about(0, 180, 2), 0, {-1, -5, -5, -5, 0}},
         {about(200, 220, 5), 104, {0, 189, 231, 0, 0}},
-        {about(200, 220, 5), 106, {0, -5, -5, 251, 1}},
-        {{}, 4, {0, -5, -5, 251, 1}}};
-    int index = 0;
-    for (const auto& [hues, greys, e] : cases) {
-        const Range r = rangeOf(hues, greys);
-        EXPECT_EQ(std::tuple(r.result, r.low, r.high, r.wraps, r.black),
-                  std::tuple(e.result, e.low, e.high, e.wraps, e.black))
-            << "case " << index;
-        ++index;
-    }
-    EXPECT_EQ(rangeOf({}, 4, 1.0).result, -1);  // no hue at all
+        {about(200, 220, 5), 106, {0, -5, -5, -5, 1}},
+        {{}, 4, {0, -5, -5, -5, 1}}};
+    for (const auto& [hues, greys, expected] : cases)
+        EXPECT_EQ(rangeOf(hues, greys), expected) << (hues.empty() ? -1 : hues[0].first);
+    EXPECT_EQ(rangeOf({}, 4, 1.0)[0], -1);  // no hue at all
 }
 
 }  // namespace

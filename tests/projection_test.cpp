@@ -1,12 +1,11 @@
 // Projections, waves, the moving average and the bar charts against plain forms.
+#include <array>
 #include <climits>
 #include <filesystem>
 
-#include "files_support.h"
-#include "kel_ImageFileOper.h"
-#include "kel_ImageStorage.h"
 #include "kel_PatternAnalysis.h"
 #include "kernels/row_kernels.h"
+#include "loaded_image.h"
 
 using kel::detail::CpuLevel;
 using test::Bytes;
@@ -17,59 +16,45 @@ namespace {
 using Ints = std::vector<int>;
 constexpr int kUntouched = int(0xABABABAB);
 
-Ints projected(const Bytes& plane, kelSize size, char direction, bool counts) {
-    const bool rows = direction == 'H';
-    Ints out(size_t(std::max(rows ? size.height : size.width, 0)), 0);
-    const bool kept = !counts && test::area(size) == 0 && (rows ? size.height : size.width) < 1;
-    if (kept) return out;
-    for (int y = 0; y < size.height; ++y)
-        for (int x = 0; x < size.width; ++x) {
-            const int sample = plane[size_t(y) * size_t(size.width) + size_t(x)];
-            out[size_t(rows ? y : x)] += counts ? sample == 255 : sample;
+Ints projected(const Bytes& plane, kelSize size, bool rows, bool counts) {
+    const int lines = rows ? size.height : size.width, length = rows ? size.width : size.height;
+    Ints out(size_t(std::max(lines, 0)));
+    for (int i = 0; i < lines; ++i) {
+        for (int k = 0; k < length; ++k) {
+            const int sample = plane[size_t(rows ? i * size.width + k : k * size.width + i)];
+            out[size_t(i)] += counts ? sample == 255 : sample;
         }
-    if (!counts && test::area(size) > 0)
-        for (int& v : out)
-            v = static_cast<int>(v / static_cast<double>(rows ? size.width : size.height));
-    return out;
-}
-
-void checkSize(kelSize size) {
-    for (unsigned lowest : {0U, 254U}) {
-        Bytes plane = test::randomBytes(test::area(size), 5, lowest, 256 - lowest);
-        for (char direction : {'H', 'V', 'h', 'X'})
-            for (bool counts : {false, true}) {
-                const Ints expected = projected(plane, size, direction, counts);
-                Guarded out(4 * expected.size());
-                auto* const ints = reinterpret_cast<int*>(out.data());
-                const auto call = counts ? KelImageProject1 : KelImageProjcet;
-                const bool known = direction == 'H' || direction == 'V';
-                ASSERT_EQ(call(plane.data(), size, ints, direction), known ? 0 : -1);
-                out.bytes();
-                const Ints got(ints, ints + expected.size());
-                ASSERT_EQ(got, known ? expected : Ints(expected.size(), kUntouched))
-                    << ::testing::PrintToString(size) << direction << counts;
-            }
+        if (!counts && length > 0) out[size_t(i)] = int(out[size_t(i)] / double(length));
     }
+    return out;
 }
 
 TEST(Projection, EqualsThePlainForm) {
     auto sizes = test::awkwardSizes();
     sizes.insert(sizes.end(), {{5, 600}, {4100, 3}, {200, 257}});
     for (const auto level : {CpuLevel::plain, CpuLevel::best})
-        for (kelSize size : sizes) {
-            kel::detail::limitCpuLevel(level);
-            checkSize(size);
-        }
+        for (kelSize size : sizes)
+            for (unsigned lowest : {0U, 254U})
+                for (char direction : {'H', 'V', 'h', 'X'})
+                    for (bool counts : {false, true}) {
+                        kel::detail::limitCpuLevel(level);
+                        Bytes plane = test::randomBytes(test::area(size), 5, lowest, 256 - lowest);
+                        Ints expected = projected(plane, size, direction == 'H', counts);
+                        Guarded out(4 * expected.size());
+                        auto* const ints = reinterpret_cast<int*>(out.data());
+                        const bool known = direction == 'H' || direction == 'V';
+                        if (!known) std::fill(expected.begin(), expected.end(), kUntouched);
+                        ASSERT_EQ((counts ? KelImageProject1 : KelImageProjcet)(plane.data(), size,
+                                                                                ints, direction),
+                                  known ? 0 : -1);
+                        out.bytes();
+                        ASSERT_EQ(Ints(ints, ints + expected.size()), expected)
+                            << ::testing::PrintToString(size) << direction << counts;
+                    }
 }
-struct Wave {
-    int start, end, peakValue, peakPos, sum;
-    bool operator==(const Wave& w) const {
-        return start == w.start && end == w.end && peakValue == w.peakValue &&
-               peakPos == w.peakPos && sum == w.sum;
-    }
-};
 
 TEST(Waves, RunsAboveTheThreshold) {
+    using Wave = std::array<int, 5>;  // start, end, peak value, peak position and sum
     struct Case {
         Ints samples;
         int threshold;
@@ -85,17 +70,16 @@ TEST(Waves, RunsAboveTheThreshold) {
         EXPECT_EQ(KelDetectWaveCharacter1(c.samples.data(), int(c.samples.size()), &first, &count,
                                           c.threshold),
                   0);
+        EXPECT_EQ(count, int(c.waves.size()));
         std::vector<Wave> found;
-        for (kelWaveCharacter* w = &first; w != nullptr;) {
-            kelWaveCharacter* const next = w->next;
-            EXPECT_EQ(w->length, count > 0 ? w->end - w->start + 1 : 0);
-            EXPECT_EQ(w->startSet + w->endSet, count > 0 ? 2 : 0);
-            if (count > 0) found.push_back({w->start, w->end, w->peakValue, w->peakPos, w->sum});
+        for (kelWaveCharacter *w = &first, *next; w != nullptr && count > 0; w = next) {
+            next = w->next;
+            EXPECT_EQ(w->length, w->end - w->start + 1);
+            EXPECT_EQ(w->startSet + w->endSet, 2);
+            found.push_back({w->start, w->end, w->peakValue, w->peakPos, w->sum});
             if (w != &first) delete w;
-            w = next;
         }
         EXPECT_EQ(found, c.waves);
-        EXPECT_EQ(count, int(c.waves.size()));
     }
 }
 
@@ -105,16 +89,7 @@ TEST(Waves, RecordsAndLists) {
     list.head->next = new kelWaveCharacter[1];
     list.NewOne();  // the destructor frees all nodes, whatever the count
     EXPECT_EQ(list.count, 1);
-    kelWaveCharacter& wave = *list.head;
-    wave.SetStart1(4);
-    wave.SetEnd(9);
-    EXPECT_EQ(wave.length, 6);
-    wave.SetEnd1(10, 30);
-    wave.SetEnd1(11, 3);
-    EXPECT_EQ(wave.length, 8);
-    EXPECT_EQ(wave.sum, 33);
-    EXPECT_EQ(wave.startSet + wave.endSet, 2);
-    borrowed.head = &wave;  // a count of 0 frees nothing
+    borrowed.head = list.head;  // a count of 0 frees nothing
 }
 
 TEST(Waves, MovingAverage) {
@@ -139,42 +114,35 @@ TEST(Waves, MovingAverage) {
 }
 
 TEST(ArrayShow, DrawsAndRefuses) {
-    struct Case {
-        Ints values;
-        bool normalise;
-        int chart;
-        Ints bars;
-    };
+    const std::tuple<Ints, bool, int, Ints> cases[] = {
+        {{3, 0, -2, 1}, false, 4, {3, 0, 0, 1}},
+        {{200, 100, 1, -200}, true, 256, {255, 128, 1, 0}},
+        {{1000, 3, 999}, true, 256, {255, 0, 255}}};
     std::string name = test::scratchPath("chart.bmp");
     for (const auto show : {KelArrayShow, KelArrayShow1}) {
-        for (Case c : {Case{{3, 0, -2, 1}, false, 4, {3, 0, 0, 1}},
-                       Case{{200, 100, 1, -200}, true, 256, {255, 128, 1, 0}},
-                       Case{{1000, 3, 999}, true, 256, {255, 0, 255}}})
+        for (auto [values, normalise, extent, bars] : cases)
             for (char direction : {'H', 'V'}) {
-                const auto len = int(c.values.size());
-                ASSERT_EQ(show(c.values.data(), len, name.data(), c.normalise, direction), 0);
-                int width = 0, height = 0, channels = 0;
-                unsigned char* chart = nullptr;
-                ASSERT_EQ(
-                    Kel_LoadImageFile2Buffer(name.c_str(), &chart, &width, &height, &channels), 0);
-                ASSERT_EQ(width, direction == 'H' ? c.chart : len);
-                ASSERT_EQ(height, direction == 'H' ? len : c.chart);
+                const auto len = int(values.size());
+                const bool rows = direction == 'H';
+                ASSERT_EQ(show(values.data(), len, name.data(), normalise, direction), 0);
+                const test::LoadedImage chart(name);
+                ASSERT_TRUE(chart.size == (rows ? kelSize{extent, len} : kelSize{len, extent}));
                 for (int i = 0; i < len; ++i)
-                    for (int k = 0; k < c.chart; ++k)
-                        ASSERT_EQ(chart[direction == 'H' ? i * width + k : k * width + i],
-                                  k < c.bars[size_t(i)] ? 255 : 0)
+                    for (int k = 0; k < extent; ++k)
+                        ASSERT_EQ(chart.samples[size_t(rows ? i * extent + k : k * len + i)],
+                                  k < bars[size_t(i)] ? 255 : 0)
                             << i << " " << k;
-                Kel_ReleaseImage(chart);
                 std::filesystem::remove(name);
             }
-        Ints nothing = {0, -5}, something = {1}, endless = {INT_MAX};
-        EXPECT_EQ(show(something.data(), 0, name.data(), true, 'H'), -1);
-        EXPECT_EQ(show(nothing.data(), 2, name.data(), true, 'H'), -1);
-        EXPECT_EQ(show(nothing.data() + 1, 1, name.data(), false, 'V'), -1);
-        EXPECT_EQ(show(something.data(), 1, name.data(), true, 'v'), -1);
-        EXPECT_EQ(show(endless.data(), 1, name.data(), false, 'V'), -1);
+        const std::tuple<Ints, int, bool, char> refused[] = {{{1}, 0, true, 'H'},
+                                                             {{0, -5}, 2, true, 'H'},
+                                                             {{-5}, 1, false, 'V'},
+                                                             {{1}, 1, true, 'v'},
+                                                             {{INT_MAX}, 1, false, 'V'}};
+        for (auto [values, len, normalise, direction] : refused)
+            EXPECT_EQ(show(values.data(), len, name.data(), normalise, direction), -1);
         EXPECT_FALSE(std::filesystem::exists(name));
-        EXPECT_EQ(show(something.data(), 1, nullptr, true, 'V'), 0);
+        EXPECT_EQ(show(Ints{1}.data(), 1, nullptr, true, 'V'), 0);
     }
 }
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <opencv2/imgproc/imgproc_c.h>
 
+#include "cv_handles.h"
 #include "kel_ImageBasicProcess.h"
 #include "kel_ResizeImage_BFast.h"
 #include "kel_cv.h"
@@ -87,45 +88,37 @@ TEST_F(Resize, KernelsEqualTheirRules) {
 }
 
 TEST_F(Resize, EveryTeamGivesTheSame) {
-    for (int threads : {1, 2, 3, 4}) {
-        forceTeamSize(threads);
+    for (int threads : {1, 2, 3, 4})
         for (int channels : {1, 3})
             for (int method : {5, 6, 7, 8}) {
+                forceTeamSize(threads);
                 expectRule({350, 270}, {301, 223}, channels, method);
                 expectRule({700, 2}, {9000, 9}, channels, method);
             }
-    }
 }
 
 TEST_F(Resize, WhatTheKernelsRefuse) {
     Bytes src = test::randomBytes(300, 1);
     Guarded out(300);
-    const auto kernel = [&](unsigned char* from, int w, int h, int channels, unsigned char* to,
-                            int tw, int th) {
-        EXPECT_EQ(KelResizeImageNNLinear_Fast(from, w, h, channels > 1 ? 3 : 1, to, tw, th), 0);
-        for (int method : {6, 7, 8})
-            EXPECT_EQ(KelResizeImage(from, {w, h}, to, {tw, th}, channels, method), 0);
-        return KelResizeImageLinear_Fast(from, w, h, channels, to, tw, th, 5);
-    };
-    unsigned char *const s = src.data(), *const d = out.data();
-    EXPECT_EQ(kernel(nullptr, 9, 9, 1, d, 9, 9), 1);
-    EXPECT_EQ(kernel(s, 0, 9, 3, d, 9, 9), 1);
-    EXPECT_EQ(kernel(s, 9, -1, 3, d, 9, 9), 1);
-    EXPECT_EQ(kernel(s, 9, 9, 3, nullptr, 9, 9), 1);
-    EXPECT_EQ(kernel(s, 9, 9, 3, d, 0, 9), 1);
-    EXPECT_EQ(kernel(s, 9, 9, 3, d, 9, -5), 1);
+    unsigned char *const s = src.data(), *const d = out.data(), *const none = nullptr;
+    const struct {
+        unsigned char *from, *to;
+        kelSize size, toSize;
+    } cases[] = {{none, d, {9, 9}, {9, 9}}, {s, d, {0, 9}, {9, 9}}, {s, d, {9, -1}, {9, 9}},
+                 {s, none, {9, 9}, {9, 9}}, {s, d, {9, 9}, {0, 9}}, {s, d, {9, 9}, {9, -5}}};
+    for (const auto& [from, to, size, toSize] : cases)
+        for (int channels : {1, 3}) {
+            const auto [w, h] = size;
+            const auto [tw, th] = toSize;
+            EXPECT_EQ(KelResizeImageLinear_Fast(from, w, h, channels, to, tw, th, 5), 1);
+            EXPECT_EQ(KelResizeImageNNLinear_Fast(from, w, h, channels, to, tw, th), 0);
+            for (int method : {6, 7, 8})
+                EXPECT_EQ(KelResizeImage(from, size, to, toSize, channels, method), 0);
+        }
     for (int channels : {0, 2, 4, -1})
         EXPECT_EQ(KelResizeImageLinear_Fast(s, 9, 9, channels, d, 9, 9, 0), 1);
     EXPECT_EQ(KelResizeImage(s, {9, 9}, d, {9, 9}, 2, 7), 0);
     EXPECT_EQ(out.bytes(), Bytes(300, 0xAB));
-    for (int kind : {0, 1, 2, -3}) {
-        Bytes chosen(300), named(300);
-        EXPECT_EQ(KelResizeImageLinear_Fast(s, 9, 9, 3, chosen.data(), 10, 8, kind), 0);
-        (kind == 0   ? KelResizeImageAver_Fast
-         : kind == 1 ? KelResizeImageMin_Fast
-                     : KelResizeImageNear_Fast)(s, 9, 9, 3, named.data(), 10, 8);
-        EXPECT_EQ(chosen, named);
-    }
 }
 
 TEST_F(Resize, OtherMethodsAreOpenCv) {
@@ -147,13 +140,11 @@ TEST_F(Resize, OtherMethodsAreOpenCv) {
                 forceTeamSize(method == 2 ? 3 : 0);
                 Bytes src = test::page(from, channels).samples;
                 Bytes expected(area(to) * size_t(channels), 0xAB);
-                IplImage* in = cvCreateImage(cvSize(from.width, from.height), 8, channels);
-                IplImage* scaled = cvCreateImage(cvSize(to.width, to.height), 8, channels);
-                KelPutIplImage(in, src.data());
-                cvResize(in, scaled, interpolation);
-                KelGetIplImage(scaled, expected.data());
-                cvReleaseImage(&in);
-                cvReleaseImage(&scaled);
+                const auto in = makeIplImage(from.width, from.height, channels);
+                const auto scaled = makeIplImage(to.width, to.height, channels);
+                KelPutIplImage(in.get(), src.data());
+                cvResize(in.get(), scaled.get(), interpolation);
+                KelGetIplImage(scaled.get(), expected.data());
                 Guarded out(expected.size());
                 EXPECT_EQ(KelResizeImage(src.data(), from, out.data(), to, channels, method), 0);
                 ASSERT_EQ(out.bytes(), expected)
@@ -166,16 +157,16 @@ TEST_F(Resize, OtherMethodsAreOpenCv) {
                 EXPECT_TRUE(std::equal(expected.begin(), expected.end(), src.begin()));
             }
     Bytes any(100);
-    for (int channels : {1, 3})
+    for (int channels : {1, 3}) {
         for (int method : {0, 1, 3, 4}) {
             EXPECT_EQ(KelResizeImage(nullptr, {5, 5}, any.data(), {4, 4}, channels, method), -1);
             EXPECT_EQ(KelResizeImage(any.data(), {5, 5}, nullptr, {4, 4}, channels, method), -2);
         }
-    for (int channels : {1, 3})
         for (kelSize none : {kelSize{0, 5}, kelSize{5, 0}, kelSize{-2, 5}}) {
             EXPECT_ANY_THROW(KelResizeImage(any.data(), none, any.data(), {5, 5}, channels, 3));
             EXPECT_ANY_THROW(KelResizeImage(any.data(), {5, 5}, any.data(), none, channels, 0));
         }
+    }
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 // them.
 #include <gtest/gtest.h>
 #include <opencv2/imgproc/imgproc_c.h>
+#include <opencv2/core.hpp>
 
 #include <cmath>
 
@@ -21,62 +22,56 @@ TEST(Rotate, ExactTurnsOfEverySize) {
     for (kelSize size : sizes)
         for (int channels : {1, 3}) {
             test::Image image(size, channels, 3);
-            const size_t count = image.samples.size();
             const int w = size.width, h = size.height;
-            test::Image half(size, channels, 0), right({h, w}, channels, 0), left = right;
+            unsigned char* const src = image.samples.data();
+            test::Image half(size, channels, 0);
             for (int c = 0; c < channels; ++c)
                 for (int y = 0; y < h; ++y)
-                    for (int x = 0; x < w; ++x) {
+                    for (int x = 0; x < w; ++x)
                         half.at(c, h - 1 - y, w - 1 - x) = image.at(c, y, x);
-                        right.at(c, x, h - 1 - y) = image.at(c, y, x);
-                        left.at(c, w - 1 - x, y) = image.at(c, y, x);
-                    }
-            unsigned char* const src = image.samples.data();
-            Guarded a(count), b(count), c(count), d(count), both(image.samples), back(count);
+            Guarded a(half.samples.size()), b(half.samples.size()), both(image.samples);
             EXPECT_EQ(KelRotate180(src, a.data(), size, channels), 0);
             EXPECT_EQ(kel_RotateImage180(src, b.data(), size, channels), 0);
-            EXPECT_EQ(kel_RotateImage90(src, w, h, channels, c.data(), h, w), 0);
-            EXPECT_EQ(kel_RotateImage270(src, w, h, channels, d.data(), h, w), 0);
             EXPECT_EQ(KelRotate180(both.data(), both.data(), size, channels), 0);
-            EXPECT_EQ(kel_RotateImage270(c.data(), h, w, channels, back.data(), w, h), 0);
-            ASSERT_EQ(a.bytes(), half.samples) << ::testing::PrintToString(size);
-            ASSERT_EQ(b.bytes(), half.samples) << ::testing::PrintToString(size);
-            ASSERT_EQ(c.bytes(), right.samples) << ::testing::PrintToString(size);
-            ASSERT_EQ(d.bytes(), left.samples) << ::testing::PrintToString(size);
-            ASSERT_EQ(both.bytes(), half.samples) << ::testing::PrintToString(size);
-            ASSERT_EQ(back.bytes(), image.samples) << ::testing::PrintToString(size);
-            if (count == 0) continue;
-            Bytes overlapping(count + 1);
-            std::copy(image.samples.begin(), image.samples.end(), overlapping.begin());
+            for (const Guarded& out : {a, b, both})
+                ASSERT_EQ(out.bytes(), half.samples) << ::testing::PrintToString(size);
+            const std::vector<kelSize> targets = {{h, w}, {h + 2, w - 1}, {h - 1, w + 3}};
+            for (size_t k = 0; k < (channels == 1 ? 6 : 2); ++k) {
+                const kelSize to = targets[k / 2];
+                Guarded out(area(to) * size_t(channels));
+                (k % 2 == 0 ? kel_RotateImage90 : kel_RotateImage270)(
+                    src, w, h, channels, out.data(), to.width, to.height);
+                test::Image rule(to, channels, 0);
+                std::fill(rule.samples.begin(), rule.samples.end(),
+                          static_cast<unsigned char>(0xAB));
+                for (int c = 0; c < channels; ++c)
+                    for (int y = 0; y < std::min(to.height, w); ++y)
+                        for (int x = 0; x < std::min(to.width, h); ++x)
+                            rule.at(c, y, x) =
+                                k % 2 == 0 ? image.at(c, h - 1 - x, y) : image.at(c, x, w - 1 - y);
+                ASSERT_EQ(out.bytes(), rule.samples) << ::testing::PrintToString(size) << k;
+            }
+            Bytes overlapping = image.samples;
+            overlapping.push_back(0);
             KelRotate180(overlapping.data(), overlapping.data() + 1, size, channels);
-            EXPECT_TRUE(std::equal(half.samples.begin(), half.samples.end(), &overlapping[1]));
+            EXPECT_TRUE(
+                std::equal(half.samples.begin(), half.samples.end(), overlapping.begin() + 1));
         }
 }
 
-TEST(Rotate, PlaneCountsAndTargetsOfOtherSizes) {
+TEST(Rotate, PlaneCounts) {
     test::Image image({5, 4}, 3, 9);
     unsigned char* const src = image.samples.data();
-    Guarded three(60), two(60), expected(60);
-    kel_RotateImage180(src, three.data(), {5, 4}, 7);
-    kel_RotateImage180(src, expected.data(), {5, 4}, 3);
-    EXPECT_EQ(three.bytes(), expected.bytes());
-    KelRotate180(src, two.data(), {5, 4}, 2);
-    std::fill_n(expected.data() + 40, 20, static_cast<unsigned char>(0xAB));
-    EXPECT_EQ(two.bytes(), expected.bytes());
-    EXPECT_EQ(KelRotate180(src, two.data(), {5, 4}, -1), 0);
-    EXPECT_EQ(two.bytes(), expected.bytes());
-    for (kelSize to : {kelSize{3, 5}, kelSize{4, 2}, kelSize{7, 3}, kelSize{2, 9}, kelSize{9, 9}})
-        for (bool right : {true, false}) {
-            Guarded out(area(to));
-            test::Image rule(to, 1, 0);
-            std::fill(rule.samples.begin(), rule.samples.end(), static_cast<unsigned char>(0xAB));
-            for (int r = 0; r < std::min(to.height, 5); ++r)
-                for (int c = 0; c < std::min(to.width, 4); ++c)
-                    rule.at(0, r, c) = right ? image.at(0, 3 - c, r) : image.at(0, c, 4 - r);
-            (right ? kel_RotateImage90 : kel_RotateImage270)(src, 5, 4, 1, out.data(), to.width,
-                                                             to.height);
-            EXPECT_EQ(out.bytes(), rule.samples) << ::testing::PrintToString(to);
-        }
+    const std::pair<decltype(&KelRotate180), int> calls[] = {
+        {kel_RotateImage180, 7}, {KelRotate180, 2}, {KelRotate180, -1}};
+    for (const auto& [call, channels] : calls) {
+        Guarded out(60);
+        EXPECT_EQ(call(src, out.data(), {5, 4}, channels), 0);
+        const int planes = channels == 7 ? 3 : std::max(channels, 0);
+        for (int i = 0; i < 60; ++i)
+            EXPECT_EQ(out.bytes()[size_t(i)],
+                      i / 20 < planes ? src[i / 20 * 20 + 19 - i % 20] : 0xAB);
+    }
 }
 
 /// The definition, step by step.
@@ -92,50 +87,41 @@ TEST(Rotate, LittleAnglesAreOpenCv) {
     for (kelSize size : {kelSize{61, 45}, kelSize{1, 1}, kelSize{130, 3}})
         for (int channels : {1, 3})
             for (double angle : {0.0, -0.0, 1e-9, 2.3, -7.0, 180.0, 400.5}) {
-                Bytes src = test::page(size, channels).samples;
-                IplImage* in = cvCreateImage(cvSize(size.width, size.height), 8, channels);
-                IplImage* out = cvCloneImage(in);
-                KelPutIplImage(in, src.data());
-                turnByRule(in, out, angle);
-                Bytes expected = src;
-                if (angle != 0.0) KelGetIplImage(out, expected.data());
-                Guarded turned(src.size()), same(src);
+                Bytes src = test::page(size, channels).samples, expected = src;
+                cv::Mat pixels(size.height, size.width, CV_8UC(channels)), turned = pixels.clone();
+                IplImage in = cvIplImage(pixels), out = cvIplImage(turned);
+                KelPutIplImage(&in, src.data());
+                turnByRule(&in, &out, angle);
+                if (angle != 0.0) KelGetIplImage(&out, expected.data());
+                Guarded apart(src.size()), same(src);
                 EXPECT_EQ(
-                    KelRotateImageLittleAngle(src.data(), turned.data(), size, channels, angle), 0);
-                EXPECT_EQ(turned.bytes(), expected) << angle;
+                    KelRotateImageLittleAngle(src.data(), apart.data(), size, channels, angle), 0);
                 KelRotateImageLittleAngle(same.data(), same.data(), size, channels, angle);
+                EXPECT_EQ(apart.bytes(), expected) << angle;
                 EXPECT_EQ(same.bytes(), expected) << angle;
-                if (angle != 0.0) {
-                    EXPECT_EQ(KelGetQuadrangleSubPix(in, in, angle), 0);
-                    KelGetIplImage(in, turned.data());
-                    EXPECT_EQ(turned.bytes(), expected) << angle;
-                }
-                cvReleaseImage(&in);
-                cvReleaseImage(&out);
+                if (angle == 0.0) continue;
+                EXPECT_EQ(KelGetQuadrangleSubPix(&in, &in, angle), 0);
+                EXPECT_EQ(cv::norm(pixels, turned, cv::NORM_INF), 0) << angle;
             }
 }
 
 TEST(Rotate, ImagesThatDoNotMatchAreRefused) {
-    IplImage* src = cvCreateImage(cvSize(8, 6), 8, 3);
-    cvSet(src, cvScalarAll(9));
-    for (auto [w, h, channels] : {std::tuple{9, 6, 3}, {8, 5, 3}, {8, 6, 1}}) {
-        IplImage* dst = cvCreateImage(cvSize(w, h), 8, channels);
-        cvSet(dst, cvScalarAll(77));
-        EXPECT_EQ(KelGetQuadrangleSubPix(src, dst, 3.0), -1);
-        for (int i = 0; i < dst->imageSize; ++i)
-            if (i % dst->widthStep < w * channels) {
-                EXPECT_EQ(static_cast<unsigned char>(dst->imageData[i]), 77);
-            }
-        cvReleaseImage(&dst);
+    const cv::Mat pixels(6, 8, CV_8UC3, cv::Scalar::all(9));
+    IplImage src = cvIplImage(pixels);
+    for (auto [w, h, type] : {std::tuple{9, 6, CV_8UC3}, {8, 5, CV_8UC3}, {8, 6, CV_8UC1}}) {
+        cv::Mat target(h, w, type, cv::Scalar::all(77));
+        IplImage dst = cvIplImage(target);
+        EXPECT_EQ(KelGetQuadrangleSubPix(&src, &dst, 3.0), -1);
+        EXPECT_EQ(cv::countNonZero(target.reshape(1) != 77), 0);
     }
-    cvReleaseImage(&src);
     Bytes any(100);
     EXPECT_ANY_THROW(KelRotateImageLittleAngle(any.data(), any.data(), {0, 5}, 1, 2.0));
-    EXPECT_EQ(KelRotateImageLittleAngle(nullptr, nullptr, {0, 5}, 1, 0.0), 0);
     EXPECT_EQ(KelRotateImageLittleAngle(nullptr, nullptr, {-3, 5}, 3, 0.0), 0);
     EXPECT_EQ(KelGetQuadrangleSubPix(nullptr, nullptr, 1.0), -1);
-    for (auto [from, to] :
-         {std::pair<unsigned char*, unsigned char*>{nullptr, any.data()}, {any.data(), nullptr}}) {
+    for (bool hasSource : {false, true}) {
+        unsigned char *const from = hasSource ? any.data() : nullptr, *const to = hasSource
+                                                                                      ? nullptr
+                                                                                      : any.data();
         EXPECT_EQ(KelRotateImageLittleAngle(from, to, {5, 4}, 3, 1.0), 0);
         EXPECT_EQ(KelRotate180(from, to, {5, 4}, 3), 0);
         EXPECT_EQ(kel_RotateImage180(from, to, {5, 4}, 3), 0);
@@ -146,26 +132,25 @@ TEST(Rotate, ImagesThatDoNotMatchAreRefused) {
 }
 
 TEST(Rotate, WhereAPointGoes) {
+    using Point = std::pair<int, int>;
     const auto moved = [](double angle, int w, int h, int x, int y) {
-        int outX = -99, outY = -99;
-        KelRotateCorTran(angle, w, h, x, y, &outX, &outY);
-        return std::pair(outX, outY);
+        Point out(-99, -99);
+        KelRotateCorTran(angle, w, h, x, y, &out.first, &out.second);
+        return out;
     };
-    const auto rule = [](double angle, int w, int h, int x, int y) {
-        const double cx = w * 0.5, cy = h * 0.5;
-        const double radius = int(std::sqrt((x - cx) * (x - cx) + (y - cy) * (y - cy)));
-        const double b = std::atan((cy - y) / (cx - x)) - angle / 180.0 * 3.1415926;
-        return std::pair(int(cx - std::cos(b) * radius), int(cy - radius * std::sin(b)));
-    };
-    EXPECT_EQ(moved(0, 100, 80, 20, 40), std::pair(20, 40));
-    EXPECT_EQ(moved(0, 100, 80, 80, 40), std::pair(20, 40));
-    EXPECT_EQ(moved(90, 100, 80, 20, 40).second, 69);  // 69.99...: pi is short
     for (double angle : {0.0, 12.5, -3.0, 90.0, 270.0})
-        for (auto [x, y] : {std::pair{10, 20}, {90, 20}, {50, 7}, {50, 79}, {-40, 300}, {49, 40}})
-            EXPECT_EQ(moved(angle, 100, 80, x, y), rule(angle, 100, 80, x, y)) << x << " " << y;
-    EXPECT_EQ(moved(33, 100, 80, 50, 40), std::pair(50, 40));
+        for (auto [x, y] : {Point{10, 20}, {90, 20}, {50, 7}, {50, 79}, {-40, 300}, {49, 40}}) {
+            const double radius = int(std::sqrt((x - 50) * (x - 50) + (y - 40) * (y - 40)));
+            const double b = std::atan((40.0 - y) / (50.0 - x)) - angle / 180.0 * 3.1415926;
+            EXPECT_EQ(moved(angle, 100, 80, x, y),
+                      Point(int(50 - std::cos(b) * radius), int(40 - radius * std::sin(b))))
+                << x << " " << y;
+        }
+    EXPECT_EQ(moved(0, 100, 80, 80, 40), Point(20, 40));
+    EXPECT_EQ(moved(90, 100, 80, 20, 40).second, 69);  // 69.99...: pi is short
+    EXPECT_EQ(moved(33, 100, 80, 50, 40), Point(50, 40));
     KelRotateCorTran(0, 9, 9, 1, 1, nullptr, nullptr);
-    EXPECT_EQ(moved(45, 0, 0, -2147483647, -2147483647), std::pair(-2147483647, -40));
+    EXPECT_EQ(moved(45, 0, 0, -2147483647, -2147483647), Point(-2147483647, -40));
 }
 
 }  // namespace
