@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -22,6 +23,38 @@
 namespace test {
 
 using Bytes = std::vector<unsigned char>;
+
+inline Bytes operator+(Bytes a, const Bytes& b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
+/// Bytes of hexadecimal digits; blanks count for nothing.
+inline Bytes hex(const std::string& digits) {
+    Bytes bytes;
+    for (size_t i = 0; i + 1 < digits.size(); i += digits[i] == ' ' ? 1 : 2)
+        if (digits[i] != ' ')
+            bytes.push_back(
+                static_cast<unsigned char>(std::stoi(digits.substr(i, 2), nullptr, 16)));
+    return bytes;
+}
+
+inline Bytes number(size_t size, long long value, bool big = false) {
+    Bytes bytes;
+    for (size_t i = 0; i < size; ++i)
+        bytes.push_back(static_cast<unsigned char>(value >> 8 * (big ? size - 1 - i : i)));
+    return bytes;
+}
+
+inline Bytes changed(Bytes bytes, size_t at, const Bytes& values) {
+    std::copy(values.begin(), values.end(), &bytes.at(at));
+    return bytes;
+}
+
+inline Bytes cut(Bytes bytes, size_t size) {
+    bytes.resize(size);
+    return bytes;
+}
 
 struct ImDeleter {
     void operator()(imImage* image) const { imImageDestroy(image); }
@@ -59,11 +92,10 @@ inline Im randomIm(int width, int height, int space, int type = IM_BYTE, unsigne
         }
     if (space == IM_MAP) {
         image->palette_count = colors;
-        for (int c = 0; c < 256; ++c)
-            image->palette[c] = {
-                c < colors ? static_cast<unsigned char>(random()) : (unsigned char)0,
-                c < colors ? static_cast<unsigned char>(random()) : (unsigned char)0,
-                c < colors ? static_cast<unsigned char>(random()) : (unsigned char)0};
+        std::fill_n(image->palette, 256, imPaletteColor{0, 0, 0});
+        const auto byte = [&random] { return static_cast<unsigned char>(random()); };
+        for (int c = 0; c < colors; ++c)
+            image->palette[c] = {byte(), byte(), byte()};
     }
     return image;
 }
@@ -76,6 +108,12 @@ auto inMemory(const Work& work) {
         ~Restore() { imBinFileSetCurrentModule(before); }
     } restore;
     return work();
+}
+
+/// A new file in memory.
+inline ImFile memoryFile(imBinMemoryFileName& block, const char* format) {
+    return inMemory(
+        [&] { return ImFile(imFileNew(reinterpret_cast<const char*>(&block), format, nullptr)); });
 }
 
 /// Saves images into one file in memory. `error` gets the first error, 0 for none.
@@ -102,29 +140,74 @@ inline Bytes encoded(const std::vector<const imImage*>& images, const char* form
     return bytes;
 }
 
+inline std::function<void(imFile*)> quality(int q) {
+    return [q](imFile* file) { imFileSetAttribute(file, "JPEGQuality", IM_INT, 1, &q); };
+}
+
+inline std::function<void(imFile*)> resolution(float x, float y, const char* unit) {
+    return [=](imFile* file) {
+        imFileSetAttribute(file, "XResolution", IM_FLOAT, 1, &x);
+        imFileSetAttribute(file, "YResolution", IM_FLOAT, 1, &y);
+        imFileSetAttribute(file, "ResolutionUnit", IM_BYTE, 4, unit);
+    };
+}
+
 struct Loaded {
+    Bytes bytes;
     Im image;
-    int error = -1;
-    int count = 0;
+    int error = -1, count = 0, mode = -1;
     std::string format, compression;
     ImFile file;  ///< open still, for its attributes
 };
 
-/// Loads image `index` of a file in memory; `bytes` outlives what it returns.
-inline Loaded loaded(const Bytes& bytes, int index = 0) {
-    imBinMemoryFileName block{const_cast<unsigned char*>(bytes.data()), int(bytes.size()), 1.1F};
+/// Loads image `index` of a file in memory.
+inline Loaded loaded(Bytes bytes, int index = 0) {
     Loaded result;
-    inMemory([&] {
-        result.file.reset(imFileOpen(reinterpret_cast<const char*>(&block), &result.error));
-        if (result.file == nullptr) return 0;
-        char format[12], compression[20];
-        result.image.reset(imFileLoadImage(result.file.get(), index, &result.error));
-        imFileGetInfo(result.file.get(), format, compression, &result.count);
-        result.format = format;
-        result.compression = compression;
-        return 0;
-    });
+    result.bytes = std::move(bytes);
+    imBinMemoryFileName block{result.bytes.data(), int(result.bytes.size()), 1.1F};
+    result.file = inMemory(
+        [&] { return ImFile(imFileOpen(reinterpret_cast<const char*>(&block), &result.error)); });
+    if (result.file == nullptr) return result;
+    char format[12], compression[20];
+    result.image.reset(imFileLoadImage(result.file.get(), index, &result.error));
+    imFileGetInfo(result.file.get(), format, compression, &result.count);
+    imFileReadImageInfo(result.file.get(), index, nullptr, nullptr, &result.mode, nullptr);
+    result.format = format;
+    result.compression = compression;
     return result;
+}
+
+/// What a file holds, in words: the error; or the colour space, of A(lpha), P(acked), T(opdown) and
+/// W(ide samples) what is so, and the samples from the top row down, planes apart by "/". Palette
+/// indexes go with their colours.
+inline std::string shown(const Loaded& file) {
+    const char* const errors[] = {"NONE", "OPEN", "ACCESS", "FORMAT", "DATA", "COMPRESS", "MEM"};
+    if (file.image == nullptr) return errors[file.error];
+    const imImage& image = *file.image;
+    std::string text = imColorModeSpaceName(image.color_space), flags;
+    if ((file.mode & IM_ALPHA) != 0) flags += 'A';
+    if ((file.mode & IM_PACKED) != 0) flags += 'P';
+    if ((file.mode & IM_TOPDOWN) != 0) flags += 'T';
+    if (image.data_type == IM_USHORT) flags += 'W';
+    if (!flags.empty()) text += ' ' + flags;
+    for (int p = 0; p < image.depth; ++p, text += p < image.depth ? " /" : "")
+        for (int y = image.height; y-- > 0;)
+            for (int i = y * image.width; i < (y + 1) * image.width; ++i) {
+                const int sample = image.data_type == IM_USHORT
+                                       ? static_cast<const unsigned short*>(image.data[p])[i]
+                                       : static_cast<const unsigned char*>(image.data[p])[i];
+                text += ' ' + std::to_string(sample);
+                if (image.color_space != IM_MAP) continue;
+                const imPaletteColor& c = image.palette[sample];
+                char color[8];
+                std::snprintf(color, sizeof color, ":%02x%02x%02x", c.red, c.green, c.blue);
+                text += color;
+            }
+    return text;
+}
+
+inline std::string shown(const Bytes& bytes) {
+    return shown(loaded(bytes));
 }
 
 /// Same kind, size, samples and, for IM_MAP, palette.
@@ -156,6 +239,11 @@ inline Im converted(const imImage& image, int space) {
                             bytes ? static_cast<int>(IM_BYTE) : image.data_type));
     EXPECT_EQ(imConvertColorSpace(&image, result.get()), IM_ERR_NONE);
     return result;
+}
+
+inline bool sameColors(const imImage* a, const imImage* b) {
+    return a != nullptr && b != nullptr &&
+           same(converted(*a, IM_RGB).get(), converted(*b, IM_RGB).get());
 }
 
 inline std::string writeBytes(const std::string& name, const Bytes& bytes) {
