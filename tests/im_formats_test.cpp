@@ -269,7 +269,8 @@ TEST(ImFormats, CarryResolution) {
         {"TIFF", "none", nullptr, 118.5F, 200.25F, 0, 0},
     };
     for (const auto& r : rows)
-        for (const int space : {IM_GRAY, IM_RGB}) {
+        for (const int space : {IM_GRAY, IM_RGB, IM_CMYK}) {
+            if (space == IM_CMYK && r.format == std::string("BMP")) continue;
             SCOPED_TRACE(std::string(r.format) + (r.unit == nullptr ? "" : r.unit));
             const Im image = randomIm(8, 8, space);
             const Loaded back = loaded(

@@ -210,19 +210,19 @@ inline std::string shown(const Bytes& bytes) {
     return shown(loaded(bytes));
 }
 
-/// Same kind, size, samples and, for IM_MAP, palette.
-inline ::testing::AssertionResult same(const imImage* a, const imImage* b) {
+/// Same kind, size, samples (bytes but for `tolerance`) and, for IM_MAP, palette.
+inline ::testing::AssertionResult same(const imImage* a, const imImage* b, int tolerance = 0) {
     if (a == nullptr || b == nullptr) return ::testing::AssertionFailure() << "no image";
-    if (a->width != b->width || a->height != b->height || a->color_space != b->color_space ||
-        a->data_type != b->data_type)
-        return ::testing::AssertionFailure()
-               << a->width << "x" << a->height << " " << imColorModeSpaceName(a->color_space) << " "
-               << imDataTypeName(a->data_type) << " against " << b->width << "x" << b->height << " "
-               << imColorModeSpaceName(b->color_space) << " " << imDataTypeName(b->data_type);
+    const auto kind = [](const imImage* image) {
+        return std::to_string(image->width) + "x" + std::to_string(image->height) + " " +
+               imColorModeSpaceName(image->color_space) + " " + imDataTypeName(image->data_type);
+    };
+    if (kind(a) != kind(b))
+        return ::testing::AssertionFailure() << kind(a) << " against " << kind(b);
     const auto* const x = static_cast<const unsigned char*>(a->data[0]);
     const auto* const y = static_cast<const unsigned char*>(b->data[0]);
     for (size_t i = 0; i < imBytes(*a); ++i)
-        if (x[i] != y[i])
+        if (std::abs(x[i] - y[i]) > tolerance)
             return ::testing::AssertionFailure()
                    << "byte " << i << ": " << int(x[i]) << " against " << int(y[i]);
     if (a->color_space == IM_MAP &&
