@@ -16,21 +16,19 @@ constexpr const char* kIconDecoder =
 const struct {
     unsigned kinds;
     int space, type, colors;
-} kKinds[] = {
-    {kBits, IM_BINARY, IM_BYTE, 0},
-    {kGrey, IM_GRAY, IM_BYTE, 0},
-    {kRgb, IM_RGB, IM_BYTE, 0},
-    {kInks, IM_CMYK, IM_BYTE, 0},
-    {kGrey | kWide, IM_GRAY, IM_USHORT, 0},
-    {kRgb | kWide, IM_RGB, IM_USHORT, 0},
-    {kInks | kWide, IM_CMYK, IM_USHORT, 0},
-    {kMap, IM_MAP, IM_BYTE, 1},
-    {kMap, IM_MAP, IM_BYTE, 2},
-    {kMap, IM_MAP, IM_BYTE, 3},
-    {kMap, IM_MAP, IM_BYTE, 16},
-    {kMap, IM_MAP, IM_BYTE, 17},
-    {kMap, IM_MAP, IM_BYTE, 200},
-};
+} kKinds[] = {{kBits, IM_BINARY, IM_BYTE, 0},
+              {kGrey, IM_GRAY, IM_BYTE, 0},
+              {kRgb, IM_RGB, IM_BYTE, 0},
+              {kInks, IM_CMYK, IM_BYTE, 0},
+              {kGrey | kWide, IM_GRAY, IM_USHORT, 0},
+              {kRgb | kWide, IM_RGB, IM_USHORT, 0},
+              {kInks | kWide, IM_CMYK, IM_USHORT, 0},
+              {kMap, IM_MAP, IM_BYTE, 1},
+              {kMap, IM_MAP, IM_BYTE, 2},
+              {kMap, IM_MAP, IM_BYTE, 3},
+              {kMap, IM_MAP, IM_BYTE, 16},
+              {kMap, IM_MAP, IM_BYTE, 17},
+              {kMap, IM_MAP, IM_BYTE, 200}};
 
 const struct {
     std::string format;

@@ -70,9 +70,7 @@ TEST(ImJpeg, TellsItsQuality) {
 
     // No decoding, no quality.
     Bytes bytes = encoded({image.get()}, "JPEG");
-    imBinMemoryFileName block{bytes.data(), int(bytes.size()), 1.1F};
-    const ImFile file(
-        inMemory([&] { return imFileOpen(reinterpret_cast<const char*>(&block), nullptr); }));
+    const ImFile file = openedInMemory(bytes);
     int mode = 0;
     EXPECT_EQ(imFileReadImageInfo(file.get(), 0, nullptr, nullptr, &mode, nullptr), 0);
     EXPECT_EQ(mode, IM_RGB | IM_PACKED | IM_TOPDOWN);

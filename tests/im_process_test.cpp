@@ -74,13 +74,11 @@ template <class Sample>
 Im noise(int width, int height, int space, int type) {
     Im image(imImageCreate(width, height, space, type));
     std::mt19937 random(static_cast<unsigned>(width + space));
-    for (size_t i = 0; i < imBytes(*image) / sizeof(Sample); ++i) {
-        if constexpr (std::is_integral_v<Sample>)
-            rowsOf<Sample>(image)[i] = random() % 4 == 0 ? std::numeric_limits<Sample>::max()
-                                                         : static_cast<Sample>(random());
-        else
-            rowsOf<Sample>(image)[i] = static_cast<Sample>(1 + random() % 1000 / Sample(7));
-    }
+    const bool whole = std::is_integral_v<Sample>;
+    const Sample highest = whole ? std::numeric_limits<Sample>::max() : Sample(1000);
+    for (size_t i = 0; i < imBytes(*image) / sizeof(Sample); ++i)
+        rowsOf<Sample>(image)[i] =
+            random() % 4 == 0 ? highest : static_cast<Sample>(whole ? random() : random() % 999);
     return image;
 }
 
@@ -262,10 +260,9 @@ std::vector<Im> patterns() {
         for (const Bytes& plane : test::binaryPatterns(width, height)) {
             images.emplace_back(
                 imImageCreate(width, height, images.size() % 3 ? IM_GRAY : IM_BINARY, 0));
-            auto* sample = samplesOf(*images.back());
-            for (const unsigned char set : plane) {
-                const auto value = images.size() % 3 == 1 ? 1 : 1 << random() % 8;
-                *sample++ = static_cast<unsigned char>(set == 0 ? 0 : value);
+            for (size_t i = 0; i < plane.size(); ++i) {
+                const int value = images.size() % 3 == 1 ? 1 : 1 << random() % 8;
+                samplesOf(*images.back())[i] = static_cast<unsigned char>(plane[i] & value);
             }
         }
     return images;

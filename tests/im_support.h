@@ -121,21 +121,17 @@ inline Bytes encoded(const std::vector<const imImage*>& images, const char* form
                      const char* compression = nullptr, int* error = nullptr,
                      const std::function<void(imFile*)>& prepare = nullptr) {
     imBinMemoryFileName block{nullptr, 64, 1.1F};
-    const Bytes bytes = inMemory([&] {
-        int code = IM_ERR_NONE;
-        ImFile file(imFileNew(reinterpret_cast<const char*>(&block), format, &code));
-        if (file != nullptr && compression != nullptr)
-            code = imFileSetInfo(file.get(), compression);
-        if (file != nullptr && prepare) prepare(file.get());
-        for (size_t i = 0; code == IM_ERR_NONE && i < images.size(); ++i)
-            code = imFileSaveImage(file.get(), images[i]);
-        if (error != nullptr)
-            *error = code;
-        else
-            EXPECT_EQ(code, IM_ERR_NONE) << format;
-        // The whole file is there before it is closed.
-        return Bytes(block.buffer, block.buffer + imFileGetWriteImageDataLen(file.get()));
-    });
+    const ImFile file = memoryFile(block, format);
+    int code = compression == nullptr ? IM_ERR_NONE : imFileSetInfo(file.get(), compression);
+    if (prepare) prepare(file.get());
+    for (size_t i = 0; code == IM_ERR_NONE && i < images.size(); ++i)
+        code = imFileSaveImage(file.get(), images[i]);
+    if (error != nullptr)
+        *error = code;
+    else
+        EXPECT_EQ(code, IM_ERR_NONE) << format;
+    // The whole file is there before it is closed.
+    const Bytes bytes(block.buffer, block.buffer + imFileGetWriteImageDataLen(file.get()));
     imBinMemoryRelease(block.buffer);
     return bytes;
 }
@@ -160,13 +156,18 @@ struct Loaded {
     ImFile file;  ///< open still, for its attributes
 };
 
+/// Opens a file in memory; `bytes` outlive it.
+inline ImFile openedInMemory(Bytes& bytes, int* error = nullptr) {
+    imBinMemoryFileName block{bytes.data(), int(bytes.size()), 1.1F};
+    return inMemory(
+        [&] { return ImFile(imFileOpen(reinterpret_cast<const char*>(&block), error)); });
+}
+
 /// Loads image `index` of a file in memory.
 inline Loaded loaded(Bytes bytes, int index = 0) {
     Loaded result;
     result.bytes = std::move(bytes);
-    imBinMemoryFileName block{result.bytes.data(), int(result.bytes.size()), 1.1F};
-    result.file = inMemory(
-        [&] { return ImFile(imFileOpen(reinterpret_cast<const char*>(&block), &result.error)); });
+    result.file = openedInMemory(result.bytes, &result.error);
     if (result.file == nullptr) return result;
     char format[12], compression[20];
     result.image.reset(imFileLoadImage(result.file.get(), index, &result.error));

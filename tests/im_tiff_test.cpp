@@ -50,11 +50,11 @@ Bytes handMade(Tags tags, const Bytes& data, Form form = kLittle, unsigned next 
 Tags page(unsigned width, unsigned height, unsigned bits, unsigned photometric,
           const Tags& more = {}) {
     Tags tags = more;
-    tags.insert({{kWidth, {width}},
-                 {kHeight, {height}},
-                 {kBits, {bits}},
-                 {kCompression, {1}},
-                 {kPhotometric, {photometric}}});
+    tags[kWidth] = {width};
+    tags[kHeight] = {height};
+    tags[kBits] = {bits};
+    tags[kPhotometric] = {photometric};
+    tags.insert({kCompression, {1}});
     return tags;
 }
 
@@ -88,7 +88,6 @@ const Tags kThree = {{kSamples, {3}}}, kFour = {{kSamples, {4}}}, kFloats = {{kS
 const Tags kBlackWhite = {{kColorMap, {0, 65535, 0, 65535, 0, 65535}}};
 const Tags kWhiteBlack = {{kColorMap, {65535, 0, 65535, 0, 65535, 0}}};
 const Tags kColours = {{kColorMap, {0, 65535, 0, 65535, 0, 0}}};
-
 const Tags kAlpha = {{kSamples, {4}}, {kExtra, {2}}};
 const Tags kApart = {{kSamples, {4}},
                      {kExtra, {2}},
@@ -159,30 +158,27 @@ TEST(ImTiff, ReadsTilesBeyondTheEdges) {
 
 TEST(ImTiff, RefusesWhatItCannotRead) {
     const Tags grey = page(20, 20, 8, kBlackIsZero);
-    const auto large = [](unsigned width, unsigned height, unsigned compression,
+    const auto coded = [](unsigned width, unsigned height, unsigned compression,
                           unsigned samples = 1) {
-        Tags tags = page(width, height, compression == 4 ? 1 : 8, kBlackIsZero);
-        tags[kCompression] = {compression};
-        tags[kSamples] = {samples};
-        return tags;
+        return page(width, height, compression == 4 ? 1 : 8, kBlackIsZero,
+                    {{kCompression, {compression}}, {kSamples, {samples}}});
     };
-    const Tags tiled = page(
-        20, 20, 8, kBlackIsZero,
-        {{kTileWidth, {65520}}, {kTileHeight, {65520}}, {kTileOffsets, {8}}, {kTileCounts, {400}}});
+    const Tags tile = {
+        {kTileWidth, {65520}}, {kTileHeight, {65520}}, {kTileOffsets, {8}}, {kTileCounts, {400}}};
     const Bytes data(400, 7);
     EXPECT_EQ(loaded(handMade(grey, data)).error, IM_ERR_NONE);
     EXPECT_EQ(shown(handMade(grey, Bytes(300))), "ACCESS");
     EXPECT_EQ(shown(hex("49492a00 c8000000")), "FORMAT");
-    EXPECT_EQ(shown(handMade(large(100000, 100000, 1), data)), "MEM");
-    EXPECT_EQ(shown(handMade(large(40000, 40000, 1), data)), "ACCESS");
-    EXPECT_EQ(shown(handMade(tiled, data)), "MEM");
+    EXPECT_EQ(shown(handMade(coded(100000, 100000, 1), data)), "MEM");
+    EXPECT_EQ(shown(handMade(coded(40000, 40000, 1), data)), "ACCESS");
+    EXPECT_EQ(shown(handMade(page(20, 20, 8, kBlackIsZero, tile), data)), "MEM");
     for (const unsigned compression : {32771U, 5U, 8U, 7U, 4U, 32773U})
-        EXPECT_NE(loaded(handMade(large(60000, 30000, compression), data)).error, IM_ERR_NONE)
+        EXPECT_NE(loaded(handMade(coded(60000, 30000, compression), data)).error, IM_ERR_NONE)
             << compression;
     // The grey plane is small enough, but rows with all the other samples are not.
-    EXPECT_GE(loaded(handMade(large(1 << 22, 1, 50000, 1), data)).mode, 0);
-    EXPECT_LT(loaded(handMade(large(1 << 22, 1, 50000, 64), data)).mode, 0);
-    const Loaded wavelets = loaded(handMade(large(20, 20, 34712), data));
+    EXPECT_GE(loaded(handMade(coded(1 << 22, 1, 50000, 1), data)).mode, 0);
+    EXPECT_LT(loaded(handMade(coded(1 << 22, 1, 50000, 64), data)).mode, 0);
+    const Loaded wavelets = loaded(handMade(coded(20, 20, 34712), data));
     EXPECT_EQ(wavelets.error, IM_ERR_COMPRESS);
     EXPECT_EQ(wavelets.compression, "JPEG2000");
     // The next directory: the same again, and one that the file doesn't have.
@@ -193,8 +189,7 @@ TEST(ImTiff, RefusesWhatItCannotRead) {
 TEST(ImTiff, ChecksJbigBeforeDecoding) {
     // 16 x 2 pixels; libtiff keeps these bytes with their bits in reverse.
     const Bytes data = hex("0000800000000008000000400000004010 00c0383da1f706ff40");
-    Tags tags = page(16, 2, 1, kBlackIsZero);
-    tags[kCompression] = {34661};
+    const Tags tags = page(16, 2, 1, kBlackIsZero, {{kCompression, {34661}}});
     EXPECT_EQ(shown(handMade(tags, data)),
               "BINARY T 0 0 0 0 1 1 1 1 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 1 1 1 1 0 0 0 0");
     // more rows than memory
@@ -211,8 +206,7 @@ TEST(ImTiff, LoadsWhitePagesAndShortFaxes) {
 
     // Fax data that end early leave white rows behind the damaged one, for both senses of bits.
     for (const unsigned photometric : {kWhiteIsZero, kBlackIsZero}) {
-        Tags fax = page(16, 64, 1, photometric);
-        fax[kCompression] = {4};
+        const Tags fax = page(16, 64, 1, photometric, {{kCompression, {4}}});
         const Loaded file = loaded(handMade(fax, hex("ff001001")));
         ASSERT_EQ(file.error, 0);
         const unsigned char* const rows = samplesOf(*file.image);  // the bottom row first
