@@ -31,8 +31,7 @@ TEST(ImImage, SizesNamesAndLimits) {
     EXPECT_EQ(image->line_size, 14);
     for (int p = 0; p < 4; ++p)
         EXPECT_EQ(static_cast<unsigned char*>(image->data[p]) - samplesOf(*image), p * 42);
-    for (size_t i = 0; i < imBytes(*image); ++i)
-        ASSERT_EQ(samplesOf(*image)[i], 0);
+    EXPECT_EQ(Bytes(samplesOf(*image), samplesOf(*image) + 168), Bytes(168));
 }
 
 int sampleAt(const imImage& image, int plane, size_t i) {

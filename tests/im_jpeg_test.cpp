@@ -11,11 +11,11 @@ namespace {
 Im waves(int width, int height, int space) {
     Im image(imImageCreate(width, height, space, IM_BYTE));
     for (int p = 0; p < image->depth; ++p)
-        for (int y = 0; y < height; ++y)
-            for (int x = 0; x < width; ++x)
-                static_cast<unsigned char*>(image->data[p])[y * width + x] =
-                    static_cast<unsigned char>(128 + 100 * std::sin(x / 17.0 + p) *
-                                                         std::cos(y / 23.0 - p));
+        for (int i = 0; i < width * height; ++i) {
+            const double x = i % width, y = i / width;
+            static_cast<unsigned char*>(image->data[p])[i] =
+                static_cast<unsigned char>(128 + 100 * std::sin(x / 17 + p) * std::cos(y / 23 - p));
+        }
     return image;
 }
 

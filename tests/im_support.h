@@ -260,9 +260,9 @@ inline Bytes fileBytes(const std::string& path) {
     return Bytes{std::istreambuf_iterator<char>(in), {}};
 }
 
-/// Loads the first image of the same bytes in a file on the disk.
+/// Loads the first image of the same bytes in a file on the disk, whose name means nothing.
 inline Im loadedFromDisk(const Bytes& bytes) {
-    const ImFile file(imFileOpen(writeBytes("loaded", bytes).c_str(), nullptr));
+    const ImFile file(imFileOpen(writeBytes("loaded.jpg", bytes).c_str(), nullptr));
     return Im(imFileLoadImage(file.get(), 0, nullptr));
 }
 
