@@ -63,13 +63,13 @@ TEST(ImImage, EveryConversionFollowsItsDefinition) {
                 if (from == to) continue;
                 SCOPED_TRACE(::testing::Message() << from << " to " << to << " type " << type);
                 const bool narrow = from == IM_MAP || from == IM_BINARY;
-                const Im src = randomIm(37, 5, from, narrow ? int(IM_BYTE) : type, 3);
-                const Im dst(imImageCreate(37, 5, to, to == IM_BINARY ? int(IM_BYTE) : type));
+                const Im src = randomIm(370, 50, from, narrow ? int(IM_BYTE) : type, 3);
+                const Im dst(imImageCreate(370, 50, to, to == IM_BINARY ? int(IM_BYTE) : type));
                 ASSERT_EQ(imConvertColorSpace(src.get(), dst.get()), IM_ERR_NONE);
                 // To BINARY the source's own range counts.
                 const int high =
                     (to == IM_BINARY ? src : dst)->data_type == IM_USHORT ? 65535 : 255;
-                for (size_t i = 0; i < 37 * 5; ++i) {
+                for (size_t i = 0; i < 370 * 50; ++i) {
                     const std::array<int, 3> color = colorAt(*src, i, high);
                     const auto [r, g, b] = color;
                     const int luminance = int((0.299 * r + 0.587 * g) + 0.114 * b);

@@ -43,13 +43,13 @@ void expectSeen(const std::vector<Row>& rows) {
 }
 
 TEST(ImTga, OddForms) {
-    // White, (8, 8, 16), red and an opaque (255, 255, 0): bits of 5, blue lowest.
-    const std::string colors = "ff7f 2204 007c e0ff";
-    const std::string fromBottom = "RGB P 255 255 255 8 / 0 255 255 8 / 0 0 255 16";
-    const std::string withAlpha = "RGB AP 255 255 255 8 / 0 255 255 8 / 0 0 255 16";
+    // White, (8, 8, 25), red and an opaque (255, 255, 0): bits of 5, blue lowest.
+    const std::string colors = "ff7f 2304 007c e0ff";
+    const std::string fromBottom = "RGB P 255 255 255 8 / 0 255 255 8 / 0 0 255 25";
+    const std::string withAlpha = "RGB AP 255 255 255 8 / 0 255 255 8 / 0 0 255 25";
     // A map that starts at index 10, and one that a true-colour image doesn't need.
     const std::string mapAt10 = "0a00 0400 10", deep = "01020304 05060708 090a0b0c 0d0e0f10";
-    const char* const mapped = "MAP 12:ff0000 13:ffff00 10:ffffff 11:080810";
+    const char* const mapped = "MAP 12:ff0000 13:ffff00 10:ffffff 11:080819";
     const std::string mark = "54525545564953494f4e2d5846494c452e00", data = "01020304";
     const Bytes stray = changed(tga(3, 8, 0, data), 5, {7});
     Bytes large = tga(11, 8, 0, data);
@@ -117,6 +117,7 @@ TEST(ImSgi, OddForms) {
     const std::string four = "00000004";
     expectSeen({
         {sgi(0, 1, 1, 9, "0102"), "GRAY 1 2"},
+        {sgi(0, 1, 2, 3, "01020304"), "GRAY 3 4 1 2"},  // no channels in two dimensions
         {sgi(0, 1, 3, 2, "01020304 05060708"), "GRAY A 3 4 1 2"},
         {sgi(0, 1, 3, 4, "01020304 05060708 090a0b0c 00000000"),
          "RGB A 3 4 1 2 / 7 8 5 6 / 11 12 9 10"},
