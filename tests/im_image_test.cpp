@@ -10,7 +10,6 @@ using namespace test;
 namespace {
 
 TEST(ImImage, SizesNamesAndLimits) {
-    EXPECT_EQ(imImageDataSize(10, 5, IM_RGB, IM_BYTE), 150);
     EXPECT_EQ(imImageDataSize(10, 5, IM_CMYK | IM_ALPHA | IM_PACKED, IM_USHORT), 500);
     EXPECT_EQ(imImageDataSize(10, 5, 5, IM_BYTE), 0);
     EXPECT_EQ(imImageDataSize(32768, 32768, IM_RGB, IM_BYTE), 0);
@@ -19,14 +18,11 @@ TEST(ImImage, SizesNamesAndLimits) {
     EXPECT_STREQ(imDataTypeName(IM_CFLOAT), "cfloat");
     EXPECT_EQ(imDataTypeSize(8), 0);
 
-    for (const auto& [width, height, space, type] : {std::array<int, 4>{0, 5, IM_GRAY, IM_BYTE},
-                                                     {5, -1, IM_GRAY, IM_BYTE},
-                                                     {5, 5, 5, IM_BYTE},
-                                                     {5, 5, IM_GRAY, 8},
-                                                     {5, 5, IM_MAP, IM_USHORT},
-                                                     {5, 5, IM_BINARY, IM_INT},
-                                                     {65536, 32768, IM_GRAY, IM_BYTE},
-                                                     {46341, 46341, IM_GRAY, IM_BYTE}})
+    using Kind = std::array<int, 4>;  // width, height, space, type
+    for (const auto& [width, height, space, type] :
+         {Kind{0, 5, IM_GRAY, IM_BYTE}, Kind{5, -1, IM_GRAY, IM_BYTE}, Kind{5, 5, 5, IM_BYTE},
+          Kind{5, 5, IM_GRAY, 8}, Kind{5, 5, IM_MAP, IM_USHORT}, Kind{5, 5, IM_BINARY, IM_INT},
+          Kind{65536, 32768, IM_GRAY, IM_BYTE}, Kind{46341, 46341, IM_GRAY, IM_BYTE}})
         EXPECT_EQ(imImageCreate(width, height, space, type), nullptr) << width << "x" << height;
     imImageDestroy(nullptr);
 
@@ -35,11 +31,9 @@ TEST(ImImage, SizesNamesAndLimits) {
     EXPECT_EQ(image->line_size, 14);
     for (int p = 0; p < 4; ++p)
         EXPECT_EQ(static_cast<unsigned char*>(image->data[p]) - samplesOf(*image), p * 42);
-    for (size_t i = 0; i < imBytes(*image); ++i)
-        ASSERT_EQ(samplesOf(*image)[i], 0);
+    EXPECT_EQ(Bytes(samplesOf(*image), samplesOf(*image) + 168), Bytes(168));
 }
 
-// Samples of an image of either width as integers.
 int sampleAt(const imImage& image, int plane, size_t i) {
     return image.data_type == IM_USHORT ? static_cast<const uint16_t*>(image.data[plane])[i]
                                         : static_cast<const unsigned char*>(image.data[plane])[i];
@@ -48,52 +42,44 @@ int sampleAt(const imImage& image, int plane, size_t i) {
 // R, G, B of a pixel, by the definition of each space.
 std::array<int, 3> colorAt(const imImage& image, size_t i, int high) {
     const int v = sampleAt(image, 0, i);
-    switch (image.color_space) {
-        case IM_RGB:
-            return {v, sampleAt(image, 1, i), sampleAt(image, 2, i)};
-        case IM_GRAY:
-            return {v, v, v};
-        case IM_BINARY:
-            return {v * high, v * high, v * high};
-        case IM_MAP: {
-            const imPaletteColor c = image.palette[v];
-            const int scale = high / 255;
-            return {c.red * scale, c.green * scale, c.blue * scale};
-        }
-        default: {
-            std::array<int, 3> rgb{};
-            for (int p = 0; p < 3; ++p)
-                rgb[size_t(p)] = int(
-                    std::floor(double(sampleAt(image, p, i)) * sampleAt(image, 3, i) / high + 0.5));
-            return rgb;
-        }
+    if (image.color_space == IM_GRAY) return {v, v, v};
+    if (image.color_space == IM_BINARY) return {v * high, v * high, v * high};
+    if (image.color_space == IM_MAP) {
+        const imPaletteColor c = image.palette[v];
+        const int scale = high / 255;
+        return {c.red * scale, c.green * scale, c.blue * scale};
     }
+    std::array<int, 3> rgb = {v, sampleAt(image, 1, i), sampleAt(image, 2, i)};
+    if (image.color_space == IM_CMYK)
+        for (int& sample : rgb)
+            sample = int(std::floor(double(sample) * sampleAt(image, 3, i) / high + 0.5));
+    return rgb;
 }
 
 TEST(ImImage, EveryConversionFollowsItsDefinition) {
     for (const int type : {IM_BYTE, IM_USHORT})
         for (const int from : {IM_RGB, IM_MAP, IM_GRAY, IM_BINARY, IM_CMYK})
             for (const int to : {IM_RGB, IM_GRAY, IM_BINARY, IM_CMYK}) {
-                const bool narrow = from == IM_MAP || from == IM_BINARY;
-                const Im src = randomIm(37, 5, from, narrow ? int(IM_BYTE) : type, 3);
-                const Im dst(imImageCreate(37, 5, to, to == IM_BINARY ? int(IM_BYTE) : type));
                 if (from == to) continue;
+                SCOPED_TRACE(::testing::Message() << from << " to " << to << " type " << type);
+                const bool narrow = from == IM_MAP || from == IM_BINARY;
+                const Im src = randomIm(370, 50, from, narrow ? int(IM_BYTE) : type, 3);
+                const Im dst(imImageCreate(370, 50, to, to == IM_BINARY ? int(IM_BYTE) : type));
                 ASSERT_EQ(imConvertColorSpace(src.get(), dst.get()), IM_ERR_NONE);
                 // To BINARY the source's own range counts.
                 const int high =
                     (to == IM_BINARY ? src : dst)->data_type == IM_USHORT ? 65535 : 255;
-                for (size_t i = 0; i < 37 * 5; ++i) {
-                    const auto [r, g, b] = colorAt(*src, i, high);
-                    const int grey = from == IM_GRAY || from == IM_BINARY
-                                         ? r
-                                         : int((0.299 * r + 0.587 * g) + 0.114 * b);
-                    const std::array<int, 3> got = colorAt(*dst, i, high);
+                for (size_t i = 0; i < 370 * 50; ++i) {
+                    const std::array<int, 3> color = colorAt(*src, i, high);
+                    const auto [r, g, b] = color;
+                    const int luminance = int((0.299 * r + 0.587 * g) + 0.114 * b);
+                    const int grey = from == IM_GRAY || from == IM_BINARY ? r : luminance;
                     if (to == IM_GRAY)
-                        ASSERT_EQ(got[0], grey) << from << " " << type;
+                        ASSERT_EQ(sampleAt(*dst, 0, i), grey);
                     else if (to == IM_BINARY)
-                        ASSERT_EQ(sampleAt(*dst, 0, i), grey > high / 2 ? 1 : 0) << from;
+                        ASSERT_EQ(sampleAt(*dst, 0, i), grey > high / 2 ? 1 : 0);
                     else
-                        ASSERT_EQ(got, (std::array<int, 3>{r, g, b})) << from << " to " << to;
+                        ASSERT_EQ(colorAt(*dst, i, high), color);
                 }
             }
 }
@@ -106,13 +92,11 @@ TEST(ImImage, QuantisingKeepsFewColoursAndComesNearMany) {
 
     // A smooth picture of 64,000 colours: the mean error stays small.
     const Im smooth(imImageCreate(320, 200, IM_RGB, IM_BYTE));
-    for (int y = 0; y < 200; ++y)
-        for (int x = 0; x < 320; ++x)
-            for (int p = 0; p < 3; ++p)
-                static_cast<unsigned char*>(smooth->data[p])[y * 320 + x] =
-                    static_cast<unsigned char>(p == 0   ? x * 255 / 319
-                                               : p == 1 ? y
-                                                        : 255 - x / 2);
+    for (int i = 0; i < 320 * 200; ++i) {
+        const int x = i % 320, y = i / 320, color[] = {x * 255 / 319, y, 255 - x / 2};
+        for (int p = 0; p < 3; ++p)
+            static_cast<unsigned char*>(smooth->data[p])[i] = static_cast<unsigned char>(color[p]);
+    }
     const Im back = converted(*converted(*smooth, IM_MAP), IM_RGB);
     double error = 0.0;
     for (size_t i = 0; i < imBytes(*smooth); ++i)

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -22,6 +23,38 @@
 namespace test {
 
 using Bytes = std::vector<unsigned char>;
+
+inline Bytes operator+(Bytes a, const Bytes& b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
+/// Bytes of hexadecimal digits; blanks count for nothing.
+inline Bytes hex(const std::string& digits) {
+    Bytes bytes;
+    for (size_t i = 0; i + 1 < digits.size(); i += digits[i] == ' ' ? 1 : 2)
+        if (digits[i] != ' ')
+            bytes.push_back(
+                static_cast<unsigned char>(std::stoi(digits.substr(i, 2), nullptr, 16)));
+    return bytes;
+}
+
+inline Bytes number(size_t size, long long value, bool big = false) {
+    Bytes bytes;
+    for (size_t i = 0; i < size; ++i)
+        bytes.push_back(static_cast<unsigned char>(value >> 8 * (big ? size - 1 - i : i)));
+    return bytes;
+}
+
+inline Bytes changed(Bytes bytes, size_t at, const Bytes& values) {
+    std::copy(values.begin(), values.end(), &bytes.at(at));
+    return bytes;
+}
+
+inline Bytes cut(Bytes bytes, size_t size) {
+    bytes.resize(size);
+    return bytes;
+}
 
 struct ImDeleter {
     void operator()(imImage* image) const { imImageDestroy(image); }
@@ -59,11 +92,10 @@ inline Im randomIm(int width, int height, int space, int type = IM_BYTE, unsigne
         }
     if (space == IM_MAP) {
         image->palette_count = colors;
-        for (int c = 0; c < 256; ++c)
-            image->palette[c] = {
-                c < colors ? static_cast<unsigned char>(random()) : (unsigned char)0,
-                c < colors ? static_cast<unsigned char>(random()) : (unsigned char)0,
-                c < colors ? static_cast<unsigned char>(random()) : (unsigned char)0};
+        std::fill_n(image->palette, 256, imPaletteColor{0, 0, 0});
+        const auto byte = [&random] { return static_cast<unsigned char>(random()); };
+        for (int c = 0; c < colors; ++c)
+            image->palette[c] = {byte(), byte(), byte()};
     }
     return image;
 }
@@ -78,68 +110,120 @@ auto inMemory(const Work& work) {
     return work();
 }
 
+/// A new file in memory.
+inline ImFile memoryFile(imBinMemoryFileName& block, const char* format) {
+    return inMemory(
+        [&] { return ImFile(imFileNew(reinterpret_cast<const char*>(&block), format, nullptr)); });
+}
+
 /// Saves images into one file in memory. `error` gets the first error, 0 for none.
 inline Bytes encoded(const std::vector<const imImage*>& images, const char* format,
                      const char* compression = nullptr, int* error = nullptr,
                      const std::function<void(imFile*)>& prepare = nullptr) {
     imBinMemoryFileName block{nullptr, 64, 1.1F};
-    const Bytes bytes = inMemory([&] {
-        int code = IM_ERR_NONE;
-        ImFile file(imFileNew(reinterpret_cast<const char*>(&block), format, &code));
-        if (file != nullptr && compression != nullptr)
-            code = imFileSetInfo(file.get(), compression);
-        if (file != nullptr && prepare) prepare(file.get());
-        for (size_t i = 0; code == IM_ERR_NONE && i < images.size(); ++i)
-            code = imFileSaveImage(file.get(), images[i]);
-        if (error != nullptr)
-            *error = code;
-        else
-            EXPECT_EQ(code, IM_ERR_NONE) << format;
-        // The whole file is there before it is closed.
-        return Bytes(block.buffer, block.buffer + imFileGetWriteImageDataLen(file.get()));
-    });
+    const ImFile file = memoryFile(block, format);
+    int code = compression == nullptr ? IM_ERR_NONE : imFileSetInfo(file.get(), compression);
+    if (prepare) prepare(file.get());
+    for (size_t i = 0; code == IM_ERR_NONE && i < images.size(); ++i)
+        code = imFileSaveImage(file.get(), images[i]);
+    if (error != nullptr)
+        *error = code;
+    else
+        EXPECT_EQ(code, IM_ERR_NONE) << format;
+    // The whole file is there before it is closed.
+    const Bytes bytes(block.buffer, block.buffer + imFileGetWriteImageDataLen(file.get()));
     imBinMemoryRelease(block.buffer);
     return bytes;
 }
 
+inline std::function<void(imFile*)> quality(int q) {
+    return [q](imFile* file) { imFileSetAttribute(file, "JPEGQuality", IM_INT, 1, &q); };
+}
+
+inline std::function<void(imFile*)> resolution(float x, float y, const char* unit) {
+    return [=](imFile* file) {
+        imFileSetAttribute(file, "XResolution", IM_FLOAT, 1, &x);
+        imFileSetAttribute(file, "YResolution", IM_FLOAT, 1, &y);
+        imFileSetAttribute(file, "ResolutionUnit", IM_BYTE, 4, unit);
+    };
+}
+
 struct Loaded {
+    Bytes bytes;
     Im image;
-    int error = -1;
-    int count = 0;
+    int error = -1, count = 0, mode = -1;
     std::string format, compression;
     ImFile file;  ///< open still, for its attributes
 };
 
-/// Loads image `index` of a file in memory; `bytes` outlives what it returns.
-inline Loaded loaded(const Bytes& bytes, int index = 0) {
-    imBinMemoryFileName block{const_cast<unsigned char*>(bytes.data()), int(bytes.size()), 1.1F};
+/// Opens a file in memory; `bytes` outlive it.
+inline ImFile openedInMemory(Bytes& bytes, int* error = nullptr) {
+    imBinMemoryFileName block{bytes.data(), int(bytes.size()), 1.1F};
+    return inMemory(
+        [&] { return ImFile(imFileOpen(reinterpret_cast<const char*>(&block), error)); });
+}
+
+/// Loads image `index` of a file in memory.
+inline Loaded loaded(Bytes bytes, int index = 0) {
     Loaded result;
-    inMemory([&] {
-        result.file.reset(imFileOpen(reinterpret_cast<const char*>(&block), &result.error));
-        if (result.file == nullptr) return 0;
-        char format[12], compression[20];
-        result.image.reset(imFileLoadImage(result.file.get(), index, &result.error));
-        imFileGetInfo(result.file.get(), format, compression, &result.count);
-        result.format = format;
-        result.compression = compression;
-        return 0;
-    });
+    result.bytes = std::move(bytes);
+    result.file = openedInMemory(result.bytes, &result.error);
+    if (result.file == nullptr) return result;
+    char format[12], compression[20];
+    result.image.reset(imFileLoadImage(result.file.get(), index, &result.error));
+    imFileGetInfo(result.file.get(), format, compression, &result.count);
+    imFileReadImageInfo(result.file.get(), index, nullptr, nullptr, &result.mode, nullptr);
+    result.format = format;
+    result.compression = compression;
     return result;
 }
 
-/// Same kind, size, samples and, for IM_MAP, palette.
-inline ::testing::AssertionResult same(const imImage* a, const imImage* b) {
+/// What a file holds, in words: the error; or the colour space, of A(lpha), P(acked), T(opdown) and
+/// W(ide samples) what is so, and the samples from the top row down, planes apart by "/". Palette
+/// indexes go with their colours.
+inline std::string shown(const Loaded& file) {
+    const char* const errors[] = {"NONE", "OPEN", "ACCESS", "FORMAT", "DATA", "COMPRESS", "MEM"};
+    if (file.image == nullptr) return errors[file.error];
+    const imImage& image = *file.image;
+    std::string text = imColorModeSpaceName(image.color_space), flags;
+    if ((file.mode & IM_ALPHA) != 0) flags += 'A';
+    if ((file.mode & IM_PACKED) != 0) flags += 'P';
+    if ((file.mode & IM_TOPDOWN) != 0) flags += 'T';
+    if (image.data_type == IM_USHORT) flags += 'W';
+    if (!flags.empty()) text += ' ' + flags;
+    for (int p = 0; p < image.depth; ++p, text += p < image.depth ? " /" : "")
+        for (int y = image.height; y-- > 0;)
+            for (int i = y * image.width; i < (y + 1) * image.width; ++i) {
+                const int sample = image.data_type == IM_USHORT
+                                       ? static_cast<const unsigned short*>(image.data[p])[i]
+                                       : static_cast<const unsigned char*>(image.data[p])[i];
+                text += ' ' + std::to_string(sample);
+                if (image.color_space != IM_MAP) continue;
+                const imPaletteColor& c = image.palette[sample];
+                char color[8];
+                std::snprintf(color, sizeof color, ":%02x%02x%02x", c.red, c.green, c.blue);
+                text += color;
+            }
+    return text;
+}
+
+inline std::string shown(const Bytes& bytes) {
+    return shown(loaded(bytes));
+}
+
+/// Same kind, size, samples (bytes but for `tolerance`) and, for IM_MAP, palette.
+inline ::testing::AssertionResult same(const imImage* a, const imImage* b, int tolerance = 0) {
     if (a == nullptr || b == nullptr) return ::testing::AssertionFailure() << "no image";
-    if (a->width != b->width || a->height != b->height || a->color_space != b->color_space ||
-        a->data_type != b->data_type)
-        return ::testing::AssertionFailure()
-               << a->width << "x" << a->height << " " << imColorModeSpaceName(a->color_space) << " "
-               << imDataTypeName(a->data_type) << " against " << b->width << "x" << b->height << " "
-               << imColorModeSpaceName(b->color_space) << " " << imDataTypeName(b->data_type);
+    const auto kind = [](const imImage* image) {
+        return std::to_string(image->width) + "x" + std::to_string(image->height) + " " +
+               imColorModeSpaceName(image->color_space) + " " + imDataTypeName(image->data_type);
+    };
+    if (kind(a) != kind(b))
+        return ::testing::AssertionFailure() << kind(a) << " against " << kind(b);
     const auto* const x = static_cast<const unsigned char*>(a->data[0]);
     const auto* const y = static_cast<const unsigned char*>(b->data[0]);
     for (size_t i = 0; i < imBytes(*a); ++i)
-        if (x[i] != y[i])
+        if (std::abs(x[i] - y[i]) > tolerance)
             return ::testing::AssertionFailure()
                    << "byte " << i << ": " << int(x[i]) << " against " << int(y[i]);
     if (a->color_space == IM_MAP &&
@@ -158,6 +242,11 @@ inline Im converted(const imImage& image, int space) {
     return result;
 }
 
+inline bool sameColors(const imImage* a, const imImage* b) {
+    return a != nullptr && b != nullptr &&
+           same(converted(*a, IM_RGB).get(), converted(*b, IM_RGB).get());
+}
+
 inline std::string writeBytes(const std::string& name, const Bytes& bytes) {
     const std::string path = scratchPath(name);
     std::ofstream(path, std::ios::binary)
@@ -171,9 +260,9 @@ inline Bytes fileBytes(const std::string& path) {
     return Bytes{std::istreambuf_iterator<char>(in), {}};
 }
 
-/// Loads the first image of the same bytes in a file on the disk.
+/// Loads the first image of the same bytes in a file on the disk, whose name means nothing.
 inline Im loadedFromDisk(const Bytes& bytes) {
-    const ImFile file(imFileOpen(writeBytes("loaded", bytes).c_str(), nullptr));
+    const ImFile file(imFileOpen(writeBytes("loaded.jpg", bytes).c_str(), nullptr));
     return Im(imFileLoadImage(file.get(), 0, nullptr));
 }
 
