@@ -25,6 +25,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -83,12 +84,16 @@ class Image {
     }
     ~Image() = default;
 
-    /// Takes over a buffer that the library has handed out.
+    /// Takes over a buffer that the library has handed out; it is released even if this throws.
+    /// @throws std::invalid_argument as above, and for null
     static Image adopt(unsigned char* samples, kelSize size, int planes) {
+        requireSamples(samples);
         return Image(Samples(samples), size, planes);
     }
     /// A copy of the caller's samples.
+    /// @throws std::invalid_argument as above, and for null
     static Image copyOf(const unsigned char* samples, kelSize size, int planes) {
+        requireSamples(samples);
         Image image(size, planes);
         std::memcpy(image.data(), samples, image.bytes());
         return image;
@@ -145,6 +150,9 @@ class Image {
             throw std::invalid_argument("kel::Image: no image has this size");
         size_ = size;
         planes_ = planes;
+    }
+    static void requireSamples(const unsigned char* samples) {
+        if (samples == nullptr) throw std::invalid_argument("kel::Image: no samples");
     }
     size_t offset(int plane, int y) const noexcept {
         return static_cast<size_t>(plane) * planeBytes() +
@@ -239,9 +247,11 @@ inline Image load(const std::string& path, Limit limit = {}) {
     return loadPage(path, limit).image;
 }
 
-/// Loads the first page of a whole file in memory.
-inline Image load(const void* file, size_t length, Limit limit = {}) {
-    detail::require(length <= static_cast<size_t>(std::numeric_limits<int>::max()),
+/// Loads the first page of a whole file in memory. A length in braces is none: it is a Limit, as in
+/// `load("page.jpg", {1000, 1000})`.
+template <class Length, class = std::enable_if_t<std::is_integral_v<Length>>>
+Image load(const void* file, Length length, Limit limit = {}) {
+    detail::require(static_cast<size_t>(length) <= std::numeric_limits<int>::max(),
                     "kel::load: more than 2 GiB");
     const bool limited = limit.width > 0 && limit.height > 0;
     detail::Buffer buffer;
@@ -307,7 +317,7 @@ inline Image grey(const Image& image) {
 struct Binarization {
     int method = KEL_BIN_METHOD_AUTO;  ///< one of the `KEL_BIN_METHOD_` numbers
     int level = 0;                     ///< method 1: the level; 2 and 6: added to the estimate
-    int blockSize = 25;                ///< methods 3 to 5: odd side of the window
+    int blockSize = 25;                ///< methods 3 to 5: odd side of the window, up to 32767
     int belowMean = 10;                ///< methods 3 to 5: how much darker than the mean ink is
     int lowest = 0;                    ///< method 6: lower bound of the level; 0 for none
     int highest = 0;                   ///< method 6: upper bound of the level; 0 for none
@@ -318,8 +328,9 @@ inline Image binarize(const Image& page, const Binarization& how = {}) {
     detail::requirePixels(page);
     const bool isLocal =
         how.method >= KEL_BIN_METHOD_ADAPTIVE && how.method <= KEL_BIN_METHOD_ADAPTIVE_SMOOTH;
-    detail::require(!isLocal || (how.blockSize >= 3 && how.blockSize % 2 == 1),
-                    "kel::binarize: the block size must be odd and at least 3");
+    detail::require(
+        !isLocal || (how.blockSize >= 3 && how.blockSize <= 32767 && how.blockSize % 2 == 1),
+        "kel::binarize: the block size must be odd, from 3 to 32767");
     const bool isClamped = how.method == KEL_BIN_METHOD_AUTO_CLAMPED;
     Image ink(page.size());
     // Local methods have the opposite polarity.

@@ -38,6 +38,8 @@ TEST(Modern, ImagesOwnTheirSamples) {
         EXPECT_THROW(kel::Image(size, 1), std::invalid_argument);
     EXPECT_THROW(kel::Image(kSize, 2), std::invalid_argument);
     EXPECT_THROW(kel::Image::adopt(new unsigned char[4], {2, 0}, 1), std::invalid_argument);
+    EXPECT_THROW(kel::Image::adopt(nullptr, kSize, 1), std::invalid_argument);
+    EXPECT_THROW(kel::Image::copyOf(nullptr, kSize, 1), std::invalid_argument);
 }
 
 TEST(Modern, FilesAndBlocks) {
@@ -57,6 +59,8 @@ TEST(Modern, FilesAndBlocks) {
     EXPECT_DOUBLE_EQ(300, kel::loadPage("page.tif").xResolution);
     const kel::Image small = kel::load("page.png", {65, 65});
     EXPECT_EQ(65, std::max(small.width(), small.height()));
+    EXPECT_EQ(page, kel::load("page.png", {65}));  // no limit without a height, and no length
+    EXPECT_THROW(kel::load(block.data(), -1), std::invalid_argument);
 
     try {
         kel::load("none.png");
@@ -91,6 +95,8 @@ TEST(Modern, InkIsWhiteByEveryMethod) {
         EXPECT_EQ(0, ink.row(0, 3)[5]) << method;
     }
     EXPECT_THROW(kel::binarize(page, {KEL_BIN_METHOD_ADAPTIVE, 0, 4}), std::invalid_argument);
+    EXPECT_THROW(kel::binarize(page, {KEL_BIN_METHOD_ADAPTIVE, 0, 2147483647}),
+                 std::invalid_argument);
     EXPECT_EQ(bytesOf(page), plain.samples);
     EXPECT_EQ(page, kel::inverted(kel::inverted(page)));
     EXPECT_TRUE(kel::isBlank(kel::Image(kSize)));

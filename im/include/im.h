@@ -133,9 +133,13 @@ IM_API imFile* imFileNew(const char* file_name, const char* format, int* error);
 /// Puts a file that was made for writing under its name. imFileClose does it as well, but cannot
 /// tell that it failed. Nothing may be saved after this.
 /// @return IM_ERR_NONE, also for a file that was opened for reading; IM_ERR_ACCESS when no image
-/// was
-///         saved, one was saved in part, or the bytes could not be written
+///         was saved, one was saved in part, the file was abandoned, or the bytes could not be
+///         written
 IM_API int imFileFinish(imFile* file);
+
+/// Gives a file up that was made for writing: closing it leaves nothing, and what stood under its
+/// name before stays. Null and files opened for reading are let through.
+IM_API void imFileAbandon(imFile* file);
 
 /// Closes a file and gives it back. Null is let through.
 IM_API void imFileClose(imFile* file);
@@ -145,6 +149,11 @@ IM_API void imFileClose(imFile* file);
 /// image, or of the image read last. After the decoding of a JPEG it is instead its quality, "1" to
 /// "100", estimated from the quantisation of luminance on the scale of "JPEGQuality".
 IM_API void imFileGetInfo(imFile* file, char* format, char* compression, int* image_count);
+
+/// Whether a file that was opened tells of an image behind its last one that is not there, as a
+/// TIFF file does that was cut off between two. The image count is that of those that are there.
+/// @return 1 or 0
+IM_API int imFileIsCutOff(imFile* file);
 
 /// Chooses the compression of the images that are saved from now on. Letters of either case; null
 /// chooses the format's usual one.

@@ -142,6 +142,10 @@ int imFileFinish(imFile* file) {
     return whole && file->source.bytes->finish() ? IM_ERR_NONE : IM_ERR_ACCESS;
 }
 
+void imFileAbandon(imFile* file) {
+    if (file != nullptr) file->broken = true;
+}
+
 void imFileClose(imFile* file) {
     const std::unique_ptr<imFile> owned(file);
     imFileFinish(file);
@@ -159,6 +163,10 @@ void imFileGetInfo(imFile* file, char* format, char* compression, int* image_cou
         });
     if (compression != nullptr) std::strcpy(compression, text.substr(0, 19).c_str());
     if (image_count != nullptr) *image_count = count;
+}
+
+int imFileIsCutOff(imFile* file) {
+    return file != nullptr && file->reader != nullptr && file->reader->isCutOff() ? 1 : 0;
 }
 
 int imFileSetInfo(imFile* file, const char* compression) {

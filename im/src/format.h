@@ -29,6 +29,8 @@ class Reader {
   public:
     virtual ~Reader() = default;
     virtual int pageCount() = 0;
+    /// Whether the file tells of pages behind those that it has.
+    virtual bool isCutOff() { return false; }
     /// Reads a page's header. Checks sizes against what an image can be and what the source can
     /// hold (checkPage), so that the caller may allocate.
     virtual PageInfo pageInfo(int index) = 0;

@@ -64,6 +64,8 @@ class TiffReader : public Reader {
 
     int pageCount() override { return static_cast<int>(chain_.directories.size()); }
 
+    bool isCutOff() override { return chain_.cutOff; }
+
     PageInfo pageInfo(int index) override {
         select(index);
         layout_ = readTiffLayout(*tiff_, file_.size());

@@ -98,8 +98,9 @@ TiffChain readTiffChain(BinaryFile& file, size_t most) {
 
     std::unordered_set<uint64_t> seen;
     uint64_t at = numberOf(chain, head + fieldAt(chain), offsetBytes(chain)), next = 0;
-    while (at != 0 && chain.directories.size() < most && seen.insert(at).second &&
-           nextOf(file, chain, at, next)) {
+    while (at != 0 && chain.directories.size() < most && seen.insert(at).second) {
+        chain.cutOff = !nextOf(file, chain, at, next);
+        if (chain.cutOff) break;
         chain.directories.push_back(at);
         at = next;
     }

@@ -13,7 +13,8 @@ namespace im {
 struct TiffChain {
     std::vector<uint64_t> directories;  ///< offsets, in order
     bool bigEndian = false;
-    bool big = false;  ///< offsets of 8 bytes, not 4
+    bool big = false;     ///< offsets of 8 bytes, not 4
+    bool cutOff = false;  ///< the last one names another that is not there, or not whole
 };
 
 /// The chain of a file, `most` directories at the most. It ends where it is cut off or comes back

@@ -101,13 +101,28 @@ expect 2 "$kelpage" run "$work/in"
 expect 2 "$kelpage" run "$work/in" -o "$work/in"
 expect 2 "$kelpage" run "$work/in" -o "$work/x" --report "$work/x"
 expect 2 "$kelpage" run "$work/in" -o "$work/x" --seal "$work/none.cfg"
+expect 2 "$kelpage" run "$work/in" -o "$work/x" --report "$work/x/.kelpage/aside"
+expect 2 "$kelpage" run "$work/in" -o ""
 expect 2 "$kelpage" run "$work/in" -o "$work/x" --jobs 0
+expect 2 "$kelpage" run "$work/in" -o "$work/x" --blank-ink nan
 expect 1 flock "$work/again/.kelpage/lock" "$kelpage" run "$work/in" -o "$work/again"
 says 'again: another run works in this folder$'
 printf 'P5 40 30 255\n%1200s' '' > "$work/flat.pgm"
 printf 'P5 1 1 255\n ' > "$work/dot.pgm"
 expect 0 "$kelpage" run "$work/flat.pgm" "$work/dot.pgm" -o "$work/x" --method iterated --holes --edges clear
 says '^dot.pgm: blank; .*-> dot.tif, dot.jpg$'
+full() { "$kelpage" "$@" > /dev/full; }
+expect 1 full run "$work/flat.pgm" -o "$work/x" --method iterated --json
+says '^kelpage: standard output: cannot be written$'
+silent() { "$kelpage" "$@" <&- >&- 2>&-; }
+expect 0 silent run "$work/in/page-dark-margins.jpg" -o "$work/silent"
+cmp -s "$work/silent/page-dark-margins.tif" "$work/again/page-dark-margins.tif" || fail "lines went into a file"
+# A file that is cut off has lost a page, and that is said.
+expect 0 "$kelpage" convert "$pages" "$work/cut-off.tif"
+truncate -s -1000 "$work/cut-off.tif"
+expect 1 "$kelpage" run "$work/cut-off.tif" -o "$work/x" --json
+count_json '"fate":"done"' 4
+count_json '"page":5,.*"fate":"failed"' 1
 mkdir "$work/tight"; cp "$work/in/page-dark-margins.jpg" "$work/tight/page.jpg"
 expect 1 "$kelpage" run "$work/tight/page.jpg" -o "$work/tight"
 says 'would overwrite the input page.jpg \(save, code 0\)'

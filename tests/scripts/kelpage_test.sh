@@ -44,6 +44,10 @@ cmp -s "$work/two.png" "$work/inverse.png" && fail "--invert changes nothing"
 expect 0 "$kelpage" binarize "$samples/form-ruled.png" -o "$work/otsu.png" -m otsu-mean -b 21 -c 9 -r 0.8
 cmp -s "$work/auto.png" "$work/otsu.png" && fail "another method, the same page"
 expect 2 "$kelpage" binarize x.png -o y.png --method 100
+for option in "-t 2147483647" "-r nan" "-c 1e9"; do
+  # shellcheck disable=SC2086  # an option and its value
+  expect 2 "$kelpage" binarize "$samples/form-ruled.png" -o "$work/y.png" $option
+done
 expect 2 "$kelpage" binarize x.png -o y.png --method grey-red --block-size 10
 printf 'P5 40 30 255\n%1200s' '' > "$work/flat.pgm"
 expect 1 "$kelpage" binarize "$work/flat.pgm" -o "$work/x.png" --method iterated
@@ -59,7 +63,7 @@ expect 1 "$kelpage" binarize "$work/none.png" "$samples" "$work/text.png" "$work
 says '^kelpage: .*/none.png: no such file$'
 says '^kelpage: .*/text.png: not an image, or damaged$'
 says '^kelpage: .*/cut.png: page 1 is damaged or not supported$'
-says '3 of 7 inputs failed'
+says '3 of 7 pages failed'
 is_png "$work/out/cheque-blank.png"
 is_png "$work/out/form-ruled.png.png"
 is_png "$work/out/form-ruled.png-2.png"
@@ -89,6 +93,7 @@ grep -o 'src="[^"]*"' "$work/sheet/index.html" | cut -d'"' -f2 > "$work/pictures
 [ "$(wc -l < "$work/pictures")" -eq 18 ] || fail "not 18 pictures"
 while read -r picture; do is_png "$work/sheet/$picture"; done < "$work/pictures"
 expect 1 "$kelpage" sheet "$work/text.png" -o "$work/empty-sheet"
+[ -e "$work/empty-sheet" ] && fail "an empty report was left"
 
 # Enhancement: steps by themselves and together, and a report that shows each of them.
 expect 0 "$kelpage" enhance "$samples/cheque-blank.jpg" -o "$work/lifted.png" --curve 100,150 -g 1.2
@@ -108,6 +113,43 @@ expect 2 "$kelpage" rotate x.png -o y.png -a nan
 expect 1 "$kelpage" enhance "$samples/form-ruled.png" -o "$work/x.png" -b 5 --report "$work/text.png"
 says 'text.png: cannot make this folder'
 
+# A report tells what was timed alone, and what changed nothing; one without pages leaves no folder.
+expect 0 "$kelpage" enhance "$samples/form-ruled.png" -o "$work/some.png" -l 0.9,0.9 --report "$work/same"
+grep -q 'cut 90 % and 90 %: no change<' "$work/same/index.html" || fail "a copied page is said to be cut"
+grep -q 'shortest of 3' "$work/same/index.html" || fail "a report with times does not say what they are"
+expect 0 "$kelpage" despeckle "$samples/form-ruled.png" -o "$work/some.png" --report "$work/untimed"
+grep -q 'shortest of' "$work/untimed/index.html" && fail "a report without times speaks of them"
+expect 1 "$kelpage" enhance "$work/text.png" -o "$work/some.png" -b 5 --report "$work/no-report"
+[ -e "$work/no-report" ] && fail "an empty report was left"
+
+# Files of several pages: all of them, in one TIFF file or in numbered ones; whole or not at all.
+expect 0 "$kelpage" deskew "$pages" -o "$work/all.tif" --report "$work/five"
+says '^scan-five-pages.tif, page 5: 0\.00 degrees, sure'
+[ "$(grep -c '<h2>scan-five-pages.tif, page' "$work/five/index.html")" -eq 5 ] || fail "not 5 pages in a report"
+expect 0 "$kelpage" info "$work/all.tif"
+says 'page 5: 2484 x 3515 pixels, .* 300 x 300 dpi$'
+expect 0 "$kelpage" binarize "$pages" -o "$work/each.png"
+is_png "$work/each-1.png"
+is_png "$work/each-5.png"
+head -c 7000 "$pages" > "$work/torn.tif"
+expect 1 "$kelpage" skew "$work/torn.tif" --plots "$work/torn"
+says '^torn.tif, page 2: '
+says 'torn.tif, page 3: '
+is_png "$work/torn/torn-2.png"
+echo mine > "$work/kept.tif"
+expect 1 "$kelpage" despeckle "$work/torn.tif" -o "$work/kept.tif"
+says 'kept.tif: not written, as not all of its pages are there$'
+expect 1 "$kelpage" convert "$work/torn.tif" "$work/kept.tif"
+[ "$(cat "$work/kept.tif")" = mine ] || fail "a part of a file took its place"
+expect 1 "$kelpage" hue "$pages"
+says 'has 5 pages; the first one is taken$'
+
+# A standard output that does not take the lines, and standard streams that are closed.
+full() { "$kelpage" "$@" > /dev/full; }
+expect 1 full info "$pages"
+expect 1 full despeckle "$samples/form-ruled.png" -o "$work/some.png"
+says '^kelpage: standard output: cannot be written$'
+
 # Pages into other files: all of them, some, smaller, by compression; and what the files then hold.
 expect 0 "$kelpage" convert "$pages" "$work/two-pages.tif" --pages 2-3
 expect 0 "$kelpage" info "$work/two-pages.tif"
@@ -120,7 +162,7 @@ expect 0 "$kelpage" binarize "$samples/form-ruled.png" -o "$work/p1.tif"
 expect 0 "$kelpage" convert "$work/p1.tif" "$work/small.png" --limit 200x300
 expect 0 "$kelpage" info "$work/small.png"
 says 'PNG, 1 page, [0-9]+ bytes$'
-says 'page 1: 200 x 258 pixels, grey, DEFLATE, no resolution$'
+says 'page 1: 200 x 258 pixels, grey, DEFLATE, 24 x 23 dpi$'
 expect 0 "$kelpage" convert "$work/p1.tif" "$work/fax.tif" -c g4
 expect 0 "$kelpage" info "$work/fax.tif" "$samples/cheque-blank.jpg"
 says 'page 1: 1700 x 2200 pixels, binary, CCITTFAX4'
@@ -182,6 +224,8 @@ expect 0 "$kelpage" deskew "$work/specks.pgm" -o "$work/kept.png"
 expect 0 "$kelpage" convert "$work/specks.pgm" "$work/specks.png"
 cmp -s "$work/kept.png" "$work/specks.png" || fail "a page of unsure skew was turned"
 expect 2 "$kelpage" skew "$work/white.pgm" --range 1 --accuracy 2
+printf 'P2 1 2 255 0 255\n' > "$work/narrow.pgm"
+expect 0 "$kelpage" skew "$work/narrow.pgm" --range 45
 
 # Rules, projections and amount fields; the library's own pictures are not left behind.
 awk 'BEGIN { print "P2 400 60 255"; for (i = 0; i < 24000; i++) { x = i % 400

@@ -5,12 +5,13 @@
 #include <string>
 #include <vector>
 
-#include "page_files.h"
+#include "run_plan.h"
 
 namespace kelpage {
 
 /// Files in and out: one file goes to one file; several, or a folder, go into a folder as PNG
-/// files.
+/// files. Where one file has several pages, a TIFF file takes them all, and other names are
+/// numbered.
 struct Batch {
     std::vector<std::string> inputs;
     std::string output;
@@ -18,9 +19,12 @@ struct Batch {
 
 /// Makes a page of each input page and saves it. What fails is reported; the others are still done.
 /// @param inputs the batch's collected files
-/// @param make   gets the page and its file
+/// @param make   gets the page, and which one it is
 /// @return exit status
 int runBatch(const Batch& batch, const Inputs& inputs,
-             const std::function<Page(Page page, const fs::path& file)>& make);
+             const std::function<Page(Page page, const PlannedPage& which)>& make);
+
+/// "out.png" for the only page of a file, else "out-3.png".
+fs::path numberedName(const fs::path& output, int number, bool isOnly);
 
 }  // namespace kelpage

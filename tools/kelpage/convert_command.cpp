@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 
+#include "batch.h"
 #include "commands.h"
 #include "page_file.h"
 #include "page_options.h"
@@ -50,13 +51,6 @@ bool isTiff(const fs::path& file) {
 Compression compressionOf(const Arguments& arguments, bool isBinary) {
     if (!arguments.compression.empty()) return kCompressions.at(arguments.compression);
     return isBinary && isTiff(arguments.output) ? Compression::ccittFax4 : Compression::usual;
-}
-
-/// "out.png" for a single page, else "out-3.png".
-fs::path numberedName(const fs::path& output, int number, bool isOnly) {
-    if (isOnly) return output;
-    return output.parent_path() /
-           (output.stem().string() + "-" + std::to_string(number) + output.extension().string());
 }
 
 /// Converts the pages one by one. `atFault` names the file that a failure is about.

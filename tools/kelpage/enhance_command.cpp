@@ -102,21 +102,21 @@ Page stepped(const Step& step, const Page& page) {
 }
 
 /// Takes a page through the steps; with a report, each of them is shown and timed.
-Page enhanced(Page page, const fs::path& file, const std::vector<Step>& steps, Report* report) {
+Page enhanced(Page page, const PlannedPage& which, const std::vector<Step>& steps, Report* report) {
     if (report == nullptr) {
         for (const Step& step : steps)
             page = stepped(step, page);
         return page;
     }
-    const size_t number = report->rowCount() + 1;
-    Row row = Report::rowFor(file, page);
-    row.cells.push_back({report->addPicture(page, number, file, "before"), "before", "", ""});
+    Row row = report->rowFor(which.title(), page);
+    row.cells.push_back({report->addPicture(page, which.file, "before"), "before", "", ""});
     for (const Step& step : steps) {
         Page next;
         const std::string time = timed([&] { next = stepped(step, page); });
+        const std::string effect = isSame(next, page) ? ": no change" : "";
         page = std::move(next);
-        row.cells.push_back({report->addPicture(page, number, file, step.name),
-                             "after " + step.name, step.detail, time});
+        row.cells.push_back({report->addPicture(page, which.file, step.name), "after " + step.name,
+                             step.detail + effect, time});
     }
     report->addRow(std::move(row));
     return page;
@@ -128,9 +128,10 @@ int run(const Arguments& arguments) {
     std::optional<Report> report;
     try {
         if (!arguments.report.empty()) report.emplace(arguments.report, inputs.files);
-        const int status = runBatch(arguments.batch, inputs, [&](Page page, const fs::path& file) {
-            return enhanced(std::move(page), file, steps, report ? &*report : nullptr);
-        });
+        const int status =
+            runBatch(arguments.batch, inputs, [&](Page page, const PlannedPage& which) {
+                return enhanced(std::move(page), which, steps, report ? &*report : nullptr);
+            });
         if (report && report->rowCount() > 0) {
             const fs::path path = report->write("Pages before and after enhancement",
                                                 "Each page as loaded, and after every step.");

@@ -1,13 +1,28 @@
 // kelpage, the host program: takes pages through KelImageLib from the command line.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <exception>
+#include <iostream>
 
 #include "commands.h"
 #include "kel_debug.h"
+#include "page_files.h"
 
 namespace {
 
 constexpr int kUsageError = 2;
+
+/// A standard stream that is closed would give its number to the next file that is opened, and our
+/// lines would go into that.
+void openStandardStreams() {
+    int file = 0;
+    do
+        file = open("/dev/null", O_RDWR);
+    while (file >= 0 && file <= STDERR_FILENO);
+    if (file >= 0) close(file);
+}
 
 int run(int argc, char** argv) {
     CLI::App app(
@@ -52,8 +67,13 @@ int run(int argc, char** argv) {
 void OutputDebugStringA(const char* /*text*/) {}
 
 int main(int argc, char** argv) {
+    openStandardStreams();
     try {
-        return run(argc, argv);
+        const int status = run(argc, argv);
+        std::cout.flush();
+        if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0 && std::cout) return status;
+        kelpage::reportError("standard output", "cannot be written");
+        return status == 0 ? 1 : status;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "kelpage: %s\n", error.what());
     } catch (...) {

@@ -5,7 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdio>
+#include <algorithm>
 
 namespace kelpage {
 namespace {
@@ -50,6 +50,10 @@ OutputFolder::~OutputFolder() {
     close(lock_);
 }
 
+bool OutputFolder::isOwn(const fs::path& path) {
+    return std::find(path.begin(), path.end(), kOwnName) != path.end();
+}
+
 fs::path OutputFolder::aside(const std::string& name) const {
     if (inputs_.has(folder_ / name)) throw FileError("would overwrite the input " + name);
     return own() / "aside" / name;
@@ -59,6 +63,11 @@ void OutputFolder::place(const std::string& name) const {
     std::error_code error;
     fs::rename(aside(name), folder_ / name, error);
     if (error) throw FileError(name + " cannot be written: " + error.message());
+}
+
+void OutputFolder::discard(const std::string& name) const {
+    std::error_code error;
+    fs::remove(own() / "aside" / name, error);
 }
 
 void OutputFolder::remove(const std::string& name) const {

@@ -32,6 +32,9 @@ class OutputFolder {
     OutputFolder& operator=(const OutputFolder&) = delete;
     ~OutputFolder();
 
+    /// Whether a path leads into what runs keep in their folders.
+    static bool isOwn(const fs::path& path);
+
     const fs::path& path() const { return folder_; }
     fs::path recordFile() const { return own() / "record"; }
 
@@ -43,11 +46,16 @@ class OutputFolder {
     /// @throws FileError
     void place(const std::string& name) const;
 
+    /// Gives the room of a file up that was written aside, if there is one.
+    void discard(const std::string& name) const;
+
     /// Removes a file, unless it is an input.
     void remove(const std::string& name) const;
 
   private:
-    fs::path own() const { return folder_ / ".kelpage"; }
+    fs::path own() const { return folder_ / kOwnName; }
+
+    static constexpr const char* kOwnName = ".kelpage";
 
     fs::path folder_;
     const Protected& inputs_;

@@ -135,6 +135,7 @@ PageFile::PageFile(fs::path path) : path_(std::move(path)), file_(open(path_)) {
     char format[12] = "";
     imFileGetInfo(file_.get(), format, nullptr, &pageCount_);
     format_ = format;
+    pageCount_ += imFileIsCutOff(file_.get());
 }
 
 PageFacts PageFile::facts(int number) {

@@ -28,6 +28,7 @@ class PageFile {
     explicit PageFile(fs::path path);
 
     const std::string& format() const { return format_; }
+    /// A file that is cut off has one more, which cannot be loaded.
     int pageCount() const { return pageCount_; }
 
     /// Reads the header of a page, counted from 1.

@@ -5,12 +5,13 @@
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
-#include <map>
 #include <new>
 #include <set>
 
 #include "kel_ImageFileOper.h"
 #include "page_file.h"
+#include "page_writer.h"
+#include "plain_text.h"
 
 namespace kelpage {
 namespace {
@@ -33,22 +34,7 @@ bool isImageName(const fs::path& file) {
     return imageExtensions().count(lowerExtension(file)) > 0;
 }
 
-std::string saveErrorText(int result) {
-    switch (result) {
-        case -5:
-            return "its format does not have this compression";
-        case -4:
-        case -3:
-        case -2:
-            return "its extension names no image format that can be written";
-        case IM_ERR_DATA:
-            return "cannot be written: the format does not have images of this kind or size";
-        case IM_ERR_MEM:
-            return "cannot be written: not enough memory";
-        default:
-            return "cannot be written";
-    }
-}
+constexpr int kUsualQuality = 75;  // of JPEG
 
 }  // namespace
 
@@ -61,21 +47,18 @@ Page makePage(kelSize size, int channels) {
 }
 
 Page loadPage(const fs::path& file) {
-    return PageFile(file).load(1);
+    PageFile source(file);
+    const int count = source.pageCount();
+    if (count > 1)
+        reportError(file, "has " + std::to_string(count) + " pages; the first one is taken");
+    return source.load(1);
 }
 
-void savePage(const Page& page, const fs::path& file, const std::vector<fs::path>& inputs,
-              Compression compression) {
+void savePage(const Page& page, const fs::path& file, const std::vector<fs::path>& inputs) {
     requireWritableName(file, inputs);
-    const int width = page.size.width, height = page.size.height;
-    const int type = static_cast<int>(compression);
-    // Three extensions of PNM are not in the library's own table.
-    const int result = formatOf(file) == "PNM"
-                           ? Kel_SaveImage(page.samples.get(), width, height, page.channels,
-                                           file.c_str(), "PNM", type)
-                           : Kel_SaveImage_DT(page.samples.get(), width, height, page.channels,
-                                              file.c_str(), type);
-    if (result != 0) throw FileError(saveErrorText(result), result);
+    PageWriter writer(file, kUsualQuality);
+    writer.add(page, Compression::usual);
+    writer.finish();
 }
 
 void requireWritableName(const fs::path& file, const std::vector<fs::path>& inputs) {
@@ -87,6 +70,7 @@ void requireWritableName(const fs::path& file, const std::vector<fs::path>& inpu
 
 std::string formatOf(const fs::path& file) {
     const std::string extension = lowerExtension(file);
+    // Three extensions of PNM are not in the library's own table.
     if (extension == ".pbm" || extension == ".pgm" || extension == ".ppm") return "PNM";
     std::string name = "page" + extension;
     char format[5] = "";
@@ -124,24 +108,6 @@ Inputs collectFiles(const std::vector<std::string>& arguments) {
     return inputs;
 }
 
-std::vector<fs::path> resultNames(const std::vector<fs::path>& files, const fs::path& folder,
-                                  const std::string& extension) {
-    std::map<std::string, int> uses;
-    for (const fs::path& file : files)
-        ++uses[file.stem().string()];
-    std::vector<fs::path> names;
-    std::set<std::string> taken;
-    for (const fs::path& file : files) {
-        const bool shared = uses[file.stem().string()] > 1;
-        const std::string base = (shared ? file.filename() : file.stem()).string();
-        std::string name = base + extension;
-        for (int n = 2; !taken.insert(name).second; ++n)
-            name = base + "-" + std::to_string(n) + extension;
-        names.push_back(folder / name);
-    }
-    return names;
-}
-
 void makeFolder(const fs::path& folder) {
     std::error_code error;
     fs::create_directories(folder, error);
@@ -156,7 +122,7 @@ std::string reasonOf(const std::exception& error) {
 }
 
 void reportError(const fs::path& file, const std::string& text) {
-    std::cerr << "kelpage: " << file.string() << ": " << text << std::endl;
+    std::cerr << "kelpage: " << inOneLine(file.string() + ": " + text) << std::endl;
 }
 
 }  // namespace kelpage

@@ -46,7 +46,8 @@ struct Page {
 /// A page with room for `channels` planes.
 Page makePage(kelSize size, int channels);
 
-/// Reads the first page of an image file, as PageFile::load() does.
+/// Reads the first page of an image file, as PageFile::load() does, and says so where the file has
+/// several.
 /// @throws FileError
 Page loadPage(const fs::path& file);
 
@@ -56,8 +57,7 @@ enum class Compression { usual = 0, rle = 1, ccittFax4 = 2, none = 3 };
 /// Writes a page as the extension of `file` says. The file appears whole or not at all.
 /// @param inputs files that must not be overwritten
 /// @throws FileError
-void savePage(const Page& page, const fs::path& file, const std::vector<fs::path>& inputs,
-              Compression compression = Compression::usual);
+void savePage(const Page& page, const fs::path& file, const std::vector<fs::path>& inputs);
 
 /// Throws for a name without an image format, and for one of the inputs.
 /// @throws FileError
@@ -78,11 +78,6 @@ struct Inputs {
 /// The files that the arguments name: a folder stands for the image files in it, by name. A folder
 /// that gives no file is reported.
 Inputs collectFiles(const std::vector<std::string>& arguments);
-
-/// A name for each file's result in `folder`, without repetition: "page.png", or "page.jpg.png"
-/// where two inputs share a stem.
-std::vector<fs::path> resultNames(const std::vector<fs::path>& files, const fs::path& folder,
-                                  const std::string& extension = ".png");
 
 /// Makes a folder with its parents.
 /// @throws FileError

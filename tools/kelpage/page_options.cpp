@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+#include "commands.h"
+
 namespace kelpage {
 namespace {
 
@@ -28,28 +30,36 @@ void addMethodOptions(CLI::App& command, MethodOptions& options) {
         ->transform(methodNumber, "")
         ->type_name("METHOD")
         ->capture_default_str();
-    command.add_option(
-        "-t,--thres", options.thres,
-        "Method 1: the level (128). Methods 0, 2, 6, otsu, iterated, grey: added to the page's own "
-        "level");
-    command.add_option("-b,--block-size", options.blockSize,
-                       "Methods 3 to 5, otsu-mean, grey: odd window side in pixels (31). Method "
-                       "6: lowest level (80)");
-    command.add_option(
-        "-c,--param1", options.param1,
-        "Methods 3 to 5, otsu-mean, grey: subtracted from the mean (15, 15, 255). Method 6: "
-        "highest "
-        "level (180). Methods iterated: a level not above it becomes twice this number (40)");
-    command.add_option(
-        "-r,--ratio", options.ratio,
-        "Method otsu-mean: share of Otsu's level below which all is ink (0.9). Methods "
-        "grey-spread, "
-        "grey-red: weight of the push (1). Method grey-blank: fewest pixels of ink (100)");
-    command.add_option(
-        "--low-ratio", options.lowRatio,
-        "Method iterated-part: times the level, where a pixel is below the mean (1)");
-    command.add_option("--high-ratio", options.highRatio,
-                       "Method iterated-part: times the level, elsewhere (0.75)");
+    command
+        .add_option("-t,--thres", options.thres,
+                    "Method 1: the level (128). Methods 0, 2, 6, otsu, iterated, grey: added to "
+                    "the page's own level")
+        ->check(CLI::Range(-255, 255));
+    command
+        .add_option("-b,--block-size", options.blockSize,
+                    "Methods 3 to 5, otsu-mean, grey: odd window side in pixels (31). Method 6: "
+                    "lowest level (80)")
+        ->check(CLI::Range(0, kLargestWindow));
+    command
+        .add_option("-c,--param1", options.param1,
+                    "Methods 3 to 5, otsu-mean, grey: subtracted from the mean (15, 15, 255). "
+                    "Method 6: highest level (180). Methods iterated: a level not above it becomes "
+                    "twice this number (40)")
+        ->check(CLI::Range(-255, 255));
+    command
+        .add_option("-r,--ratio", options.ratio,
+                    "Method otsu-mean: share of Otsu's level below which all is ink (0.9). Methods "
+                    "grey-spread, grey-red: weight of the push (1). Method grey-blank: fewest "
+                    "pixels of ink (100)")
+        ->check(realRange(0.0, 1e9));
+    command
+        .add_option("--low-ratio", options.lowRatio,
+                    "Method iterated-part: times the level, where a pixel is below the mean (1)")
+        ->check(realRange(0.0, 255.0));
+    command
+        .add_option("--high-ratio", options.highRatio,
+                    "Method iterated-part: times the level, elsewhere (0.75)")
+        ->check(realRange(0.0, 255.0));
 }
 
 Settings settingsOf(const MethodOptions& options) {

@@ -154,11 +154,6 @@ class Road {
         isChanged_ = true;
     }
 
-    static bool isSame(const Page& a, const Page& b) {
-        return std::memcmp(a.samples.get(), b.samples.get(),
-                           a.planeBytes() * static_cast<size_t>(a.channels)) == 0;
-    }
-
     static double shareOf(const Page& mask) {
         return KelCalArea(mask.samples.get(), mask.size) / static_cast<double>(mask.planeBytes());
     }

@@ -10,21 +10,22 @@
 namespace kelpage {
 namespace {
 
-void tell(const fs::path& file, const Outcome& outcome) {
+void tell(const PlannedPage& which, const Outcome& outcome) {
     if (outcome.facts.empty()) return;
     Progress::wipe();
-    std::cout << file.filename().string() << ": ";
+    std::cout << which.title() << ": ";
     if (!outcome.factsBefore.empty()) std::cout << outcome.factsBefore << " -> ";
-    std::cout << outcome.facts << std::endl;
+    std::cout << outcome.facts;
+    if (!outcome.time.empty()) std::cout << " in " << outcome.time;
+    std::cout << std::endl;
 }
 
-void show(const fs::path& file, const Outcome& outcome, Report& report) {
-    const size_t number = report.rowCount() + 1;
-    Row row = Report::rowFor(file, outcome.before);
-    row.cells.push_back({report.addPicture(outcome.before, number, file, "before"), "before",
+void show(const PlannedPage& which, const Outcome& outcome, Report& report) {
+    Row row = report.rowFor(which.title(), outcome.before);
+    row.cells.push_back({report.addPicture(outcome.before, which.file, "before"), "before",
                          outcome.factsBefore, ""});
-    row.cells.push_back(
-        {report.addPicture(outcome.after, number, file, "after"), "after", outcome.facts, ""});
+    row.cells.push_back({report.addPicture(outcome.after, which.file, "after"), "after",
+                         outcome.facts, outcome.time});
     report.addRow(std::move(row));
 }
 
@@ -48,12 +49,13 @@ int takeEach(const PageArguments& arguments, const std::string& heading, const P
     std::optional<Report> report;
     try {
         if (!arguments.report.empty()) report.emplace(arguments.report, inputs.files);
-        const int status = runBatch(arguments.batch, inputs, [&](Page page, const fs::path& file) {
-            Outcome outcome = work(std::move(page));
-            tell(file, outcome);
-            if (report) show(file, outcome, *report);
-            return std::move(outcome.after);
-        });
+        const int status =
+            runBatch(arguments.batch, inputs, [&](Page page, const PlannedPage& which) {
+                Outcome outcome = work(std::move(page));
+                tell(which, outcome);
+                if (report) show(which, outcome, *report);
+                return std::move(outcome.after);
+            });
         if (report && report->rowCount() > 0)
             std::cout << report->write(heading, "Each page before and after.").string() << "\n";
         return status;
@@ -61,6 +63,12 @@ int takeEach(const PageArguments& arguments, const std::string& heading, const P
         reportError(arguments.report, error.what());
         return 1;
     }
+}
+
+bool isSame(const Page& a, const Page& b) {
+    return std::equal(a.samples.get(),
+                      a.samples.get() + a.planeBytes() * static_cast<size_t>(a.channels),
+                      b.samples.get());
 }
 
 Page copyOf(const Page& page) {

@@ -27,6 +27,7 @@ struct Outcome {
     Page before;  ///< as the work began with it
     Page after;
     std::string factsBefore, facts;  ///< in a few words; printed where not empty
+    std::string time{};              ///< what it took, if that is of interest
 };
 
 using PageWork = std::function<Outcome(Page page)>;
@@ -38,5 +39,8 @@ int takeEach(const PageArguments& arguments, const std::string& heading, const P
 
 /// The same page once more.
 Page copyOf(const Page& page);
+
+/// Whether two pages of one size and kind have the same samples.
+bool isSame(const Page& a, const Page& b);
 
 }  // namespace kelpage

@@ -24,8 +24,23 @@ Page greyOf(const Page& page) {
     return grey;
 }
 
+std::string errorText(int result) {
+    switch (result) {
+        case IM_ERR_FORMAT:
+            return "its extension names no image format that can be written";
+        case IM_ERR_COMPRESS:
+            return "its format does not have this compression";
+        case IM_ERR_DATA:
+            return "cannot be written: the format does not have images of this kind or size";
+        case IM_ERR_MEM:
+            return "cannot be written: not enough memory";
+        default:
+            return "cannot be written";
+    }
+}
+
 void require(int result) {
-    if (result != IM_ERR_NONE) throw FileError("cannot be written", result);
+    if (result != IM_ERR_NONE) throw FileError(errorText(result), result);
 }
 
 }  // namespace
@@ -36,8 +51,7 @@ PageWriter::PageWriter(fs::path path, int quality)
 void PageWriter::add(const Page& page, Compression compression) {
     if (file_ == nullptr) create();
     setResolution(page);
-    const int result = imFileSetInfo(file_.get(), nameOf(compression));
-    if (result != IM_ERR_NONE) throw FileError("its format does not have this compression", result);
+    require(imFileSetInfo(file_.get(), nameOf(compression)));
     // The run-length form of BMP takes one plane.
     const bool turnsGrey =
         format_ == "BMP" && compression == Compression::rle && page.channels == 3;
@@ -52,7 +66,7 @@ void PageWriter::finish() {
 void PageWriter::create() {
     int error = IM_ERR_NONE;
     file_.reset(imFileNew(path_.c_str(), format_.c_str(), &error));
-    if (file_ == nullptr) throw FileError("cannot be written", error);
+    if (file_ == nullptr) require(error);
     imFileSetAttribute(file_.get(), "JPEGQuality", IM_INT, 1, &quality_);
 }
 

@@ -13,6 +13,9 @@ class PageWriter {
   public:
     /// @param quality of JPEG, 1 to 100
     PageWriter(fs::path path, int quality);
+    PageWriter(const PageWriter&) = delete;
+    PageWriter& operator=(const PageWriter&) = delete;
+    ~PageWriter() { imFileAbandon(file_.get()); }
 
     /// @param compression group 4 takes pages of 0 and 255
     /// @throws FileError

@@ -1,5 +1,6 @@
 #include "plain_text.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace kelpage {
@@ -37,6 +38,12 @@ std::string escapedForJson(char c) {
 }
 
 }  // namespace
+
+std::string inOneLine(std::string text) {
+    const auto isControl = [](char c) { return (c >= 0 && c < 0x20) || c == 0x7f; };
+    std::replace_if(text.begin(), text.end(), isControl, '?');
+    return text;
+}
 
 std::string escapedForHtml(const std::string& text) {
     std::string out;

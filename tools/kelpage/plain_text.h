@@ -5,6 +5,9 @@
 
 namespace kelpage {
 
+/// A name as a part of a line: control characters become question marks.
+std::string inOneLine(std::string text);
+
 std::string escapedForHtml(const std::string& text);
 
 /// With its quotes. Bytes that are no UTF-8 become the replacement character.

@@ -1,6 +1,7 @@
 // Reports: one HTML page with rows of pictures.
 #include "report.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <sstream>
@@ -30,14 +31,21 @@ const char* const kStyle = R"(
   figcaption .time { float: right; font-variant-numeric: tabular-nums; color: #1d6b3e; }
 )";
 
+bool hasTimes(const std::vector<Row>& rows) {
+    return std::any_of(rows.begin(), rows.end(), [](const Row& row) {
+        return std::any_of(row.cells.begin(), row.cells.end(),
+                           [](const Cell& cell) { return !cell.time.empty(); });
+    });
+}
+
 std::string html(const std::vector<Row>& rows, const std::string& title, const std::string& lead) {
     std::ostringstream out;
     out << "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
         << "<meta name=\"viewport\" content=\"width=device-width\">\n"
         << "<title>KelImageLib: " << title << "</title>\n<style>" << kStyle
-        << "</style>\n</head>\n<body>\n<header><h1>" << title << "</h1>\n<p>" << lead
-        << " Times are the shortest of " << kTimedRuns
-        << " runs. Select a picture to see it in full size.</p></header>\n";
+        << "</style>\n</head>\n<body>\n<header><h1>" << title << "</h1>\n<p>" << lead;
+    if (hasTimes(rows)) out << " Times are the shortest of " << kTimedRuns << " runs.";
+    out << " Select a picture to see it in full size.</p></header>\n";
     for (const Row& row : rows) {
         out << "<section>\n<h2>" << escapedForHtml(row.name) << "<small>"
             << escapedForHtml(row.facts) << "</small></h2>\n<div class=\"cells\">\n";
@@ -70,38 +78,61 @@ std::string inMilliseconds(double milliseconds) {
 }
 
 Report::Report(fs::path folder, std::vector<fs::path> inputs)
-    : folder_(std::move(folder)), inputs_(std::move(inputs)) {
+    : folder_(std::move(folder)), isNew_(!isFolder(folder_)), inputs_(std::move(inputs)) {
     makeFolder(folder_);
 }
 
-Row Report::rowFor(const fs::path& file, const Page& page) {
+Report::~Report() {
+    dropPictures();
+    std::error_code error;
+    if (isNew_ && rows_.empty()) fs::remove(folder_, error);
+}
+
+Row Report::rowFor(const std::string& name, const Page& page) {
+    dropPictures();
     Row row;
-    row.name = file.filename().string();
+    row.name = name;
     row.size = page.size;
     row.facts = std::to_string(page.size.width) + " \u00d7 " + std::to_string(page.size.height) +
                 " pixels, " + (page.channels == 3 ? "colour" : "grey");
     return row;
 }
 
-std::string Report::addPicture(const Page& page, size_t row, const fs::path& file,
-                               const std::string& name) const {
-    std::string picture =
-        std::to_string(row) + "-" + safeName(file.stem().string()) + "-" + name + ".png";
+std::string Report::addPicture(const Page& page, const fs::path& file, const std::string& name) {
+    std::string picture = std::to_string(rows_.size() + 1) + "-" + safeName(file.stem().string()) +
+                          "-" + name + ".png";
     try {
         savePage(page, folder_ / picture, inputs_);
+        begun_.push_back(picture);
     } catch (const FileError& error) {
         throw FileError("its picture " + picture + " " + error.what());
     }
     return picture;
 }
 
+void Report::addRow(Row row) {
+    rows_.push_back(std::move(row));
+    begun_.clear();
+}
+
+void Report::dropPictures() {
+    std::error_code error;
+    for (const std::string& picture : begun_)
+        fs::remove(folder_ / picture, error);
+    begun_.clear();
+}
+
 fs::path Report::write(const std::string& title, const std::string& lead) const {
     fs::path path = fs::absolute(folder_ / "index.html").lexically_normal();
-    std::ofstream file(path, std::ios::binary);
+    const fs::path aside = folder_ / ".index.html.part";
+    std::ofstream file(aside, std::ios::binary);
     file << html(rows_, title, lead);
     file.close();
-    if (!file) throw FileError(path.string() + " cannot be written");
-    return path;
+    std::error_code error;
+    if (file) fs::rename(aside, path, error);
+    if (file && !error) return path;
+    fs::remove(aside, error);
+    throw FileError("index.html cannot be written");
 }
 
 }  // namespace kelpage

@@ -50,29 +50,37 @@ class Report {
     /// @param inputs files that pictures must not overwrite
     /// @throws FileError
     Report(fs::path folder, std::vector<fs::path> inputs);
+    Report(const Report&) = delete;
+    Report& operator=(const Report&) = delete;
+    /// Removes the folder again if nothing has come into it.
+    ~Report();
 
-    /// A row for a page, with no picture yet.
-    static Row rowFor(const fs::path& file, const Page& page);
+    /// Begins a row for a page. The pictures of one that was begun and not added are removed.
+    /// @param name of the page, such as "scan.tif, page 3"
+    Row rowFor(const std::string& name, const Page& page);
 
-    /// Saves a picture of the row numbered `row`, counted from 1, of `file`.
+    /// Saves a picture of the row that was begun, for a page of `file`.
     /// @return its name in the folder
     /// @throws FileError
-    std::string addPicture(const Page& page, size_t row, const fs::path& file,
-                           const std::string& name) const;
+    std::string addPicture(const Page& page, const fs::path& file, const std::string& name);
 
-    void addRow(Row row) { rows_.push_back(std::move(row)); }
+    void addRow(Row row);
     size_t rowCount() const { return rows_.size(); }
 
     /// Writes the HTML page.
-    /// @param lead what the report shows, as HTML; a line on times follows
+    /// @param lead what the report shows, as HTML; a line on times follows where there are some
     /// @return its path
     /// @throws FileError
     fs::path write(const std::string& title, const std::string& lead) const;
 
   private:
+    void dropPictures();
+
     fs::path folder_;
+    bool isNew_;
     std::vector<fs::path> inputs_;
     std::vector<Row> rows_;
+    std::vector<std::string> begun_;  ///< pictures of the row that is not added yet
 };
 
 }  // namespace kelpage

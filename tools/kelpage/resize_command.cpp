@@ -60,9 +60,9 @@ Outcome resize(Page page, const Arguments& arguments) {
                        page.channels, method);
     };
     if (leavesEdge(arguments.method, page.channels)) resizeBy(KEL_RESIZE_NEAREST);
-    const std::string time = timed([&] { resizeBy(arguments.method); });
+    outcome.time = timed([&] { resizeBy(arguments.method); });
     outcome.factsBefore = sizeText(page.size);
-    outcome.facts = sizeText(result.size) + " in " + time;
+    outcome.facts = sizeText(result.size);
     outcome.before = std::move(page);
     return outcome;
 }

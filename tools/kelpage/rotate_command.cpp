@@ -53,8 +53,8 @@ Outcome rotate(Page page, double angle) {
         makePage(liesDown ? kelSize{page.size.height, page.size.width} : page.size, page.channels);
     result.xDpi = liesDown ? page.yDpi : page.xDpi;
     result.yDpi = liesDown ? page.xDpi : page.yDpi;
-    const std::string time = timed([&] { turn(page, result, angle); });
-    outcome.facts = "turned in " + time;
+    outcome.time = timed([&] { turn(page, result, angle); });
+    outcome.facts = "turned";
     outcome.before = std::move(page);
     return outcome;
 }

@@ -12,6 +12,7 @@
 
 #include "commands.h"
 #include "page_options.h"
+#include "plain_text.h"
 #include "progress.h"
 #include "run_jobs.h"
 #include "run_page.h"
@@ -52,12 +53,16 @@ class OwnOutput {
 
     void print(const std::string& line) {
         std::fprintf(lines_, "%s\n", line.c_str());
-        std::fflush(lines_);
+        if (std::fflush(lines_) != 0) isWhole_ = false;
     }
+
+    /// Whether every line went out.
+    bool isWhole() const { return isWhole_; }
 
   private:
     int kept_;
     std::FILE* lines_;
+    bool isWhole_ = true;
 };
 
 std::string degrees(double angle) {
@@ -85,10 +90,8 @@ std::string lineOf(const PlannedPage& page, const RunPageResult& run) {
 }
 
 void reportFailure(const PlannedPage& page, const PageResult& result) {
-    fs::path shown = page.file;
-    if (page.pageCount > 1) shown += ", page " + std::to_string(page.number);
-    reportError(shown, result.reason + " (" + nameOf(result.failedAt) + ", code " +
-                           std::to_string(result.code) + ")");
+    reportError(page.path(), result.reason + " (" + nameOf(result.failedAt) + ", code " +
+                                 std::to_string(result.code) + ")");
 }
 
 /// "3.2 pages/s, 9 s left".
@@ -126,7 +129,7 @@ void takeAll(const Arguments& arguments, const PageRunner& runner, RunSummary& s
             out.print(
                 jsonOf(run.result, page.file.string(), page.number, page.name, run.isResumed));
         else if (run.result.fate != Fate::failed)
-            out.print(lineOf(page, run));
+            out.print(inOneLine(lineOf(page, run)));
     };
     jobs.show = [&](size_t done) {
         progress.step();
@@ -172,15 +175,20 @@ void settle(Arguments& a) {
     } catch (const FileError& error) {
         throw CLI::ValidationError("--seal", a.seal + ": " + error.what());
     }
+    if (a.output.empty()) throw CLI::ValidationError("--output", "must name a folder");
     const auto isOutput = [&](const std::string& path) {
         std::error_code error;
-        return fs::absolute(path).lexically_normal() == fs::absolute(a.output).lexically_normal() ||
+        return fs::absolute(path, error).lexically_normal() ==
+                   fs::absolute(a.output).lexically_normal() ||
                fs::equivalent(path, a.output, error);
     };
     for (const std::string& input : a.inputs)
         if (isOutput(input)) throw CLI::ValidationError("--output", "must not be an input as well");
     if (!a.report.empty() && isOutput(a.report))
         throw CLI::ValidationError("--report", "must be another folder than that of --output");
+    for (const auto& [option, folder] : {std::pair{"--output", a.output}, {"--report", a.report}})
+        if (OutputFolder::isOwn(folder))
+            throw CLI::ValidationError(option, "must not lie in a folder that runs keep");
     a.page.text = optionText(a);
 }
 
@@ -194,14 +202,15 @@ int finish(const Arguments& arguments, const RunSummary& summary, const OutputFo
             out.print(line);
     };
     say(summary.text());
-    if (report == nullptr) return status;
     try {
-        say(writeRunReport(*report, arguments.output, summary).string());
+        if (report != nullptr) say(writeRunReport(*report, arguments.output, summary).string());
     } catch (const FileError& error) {
         reportError(arguments.report, error.what());
         status = 1;
     }
-    return status;
+    if (out.isWhole()) return status;
+    reportError("standard output", "cannot be written");
+    return 1;
 }
 
 int runAll(const Arguments& arguments) {
@@ -268,7 +277,7 @@ void addPageOptions(CLI::App& command, Arguments& a) {
     command
         .add_option("--blank-ink", a.blankPercent,
                     "A page is blank with less ink, in percent, within its margins")
-        ->check(CLI::Range(0.0, 100.0))
+        ->check(realRange(0.0, 100.0))
         ->capture_default_str();
     command.add_flag("--drop-blank", a.page.dropsBlank, "Write no files for blank pages");
 }

@@ -64,14 +64,16 @@ RunPageResult PageRunner::take(const PlannedPage& page) const {
     } catch (...) {
         made.result.reason = "unexpected failure";
     }
+    discard(page.name);
     made.result.fate = Fate::failed;
     made.result.outputs.clear();
     return made;
 }
 
 std::string PageRunner::keyOf(const PlannedPage& page) const {
-    return fs::absolute(page.file).string() + "\npage " + std::to_string(page.number) + "\n" +
-           stampOf(page.file) + "\n" + options_.text;
+    std::error_code error;
+    return fs::absolute(page.file, error).string() + "\npage " + std::to_string(page.number) +
+           "\n" + stampOf(page.file) + "\n" + options_.text;
 }
 
 /// True when all files that were made are still there.
@@ -116,6 +118,16 @@ void PageRunner::draw(const RoadPage& made, const std::string& name,
     for (const Picture picture : picturesOf(result, options_.road.seal.has_value()))
         writePage(pictureOf(*pages[static_cast<size_t>(picture)]),
                   report_->aside(pictureName(name, picture)), Compression::usual, kPictureQuality);
+}
+
+/// What a page that failed has left aside: the room may be what the next one needs.
+void PageRunner::discard(const std::string& name) const {
+    for (const std::string& end :
+         {std::string(".tif"), "." + options_.colourFormat, kSealSuffix + std::string(".tif")})
+        output_.discard(name + end);
+    if (report_ == nullptr) return;
+    for (const Picture picture : {Picture::before, Picture::after, Picture::binary, Picture::seal})
+        report_->discard(pictureName(name, picture));
 }
 
 void PageRunner::place(const std::string& name, const PageResult& result) const {

@@ -53,6 +53,7 @@ class PageRunner {
     void make(const PlannedPage& page, const std::string& key, PageResult& result) const;
     void write(const RoadPage& made, const std::string& name, PageResult& result) const;
     void draw(const RoadPage& made, const std::string& name, const PageResult& result) const;
+    void discard(const std::string& name) const;
     void place(const std::string& name, const PageResult& result) const;
 
     const RunPageOptions& options_;

@@ -1,9 +1,11 @@
 #include "run_plan.h"
 
 #include <algorithm>
+#include <map>
 #include <set>
 
 #include "page_file.h"
+#include "plain_text.h"
 
 namespace kelpage {
 namespace {
@@ -14,6 +16,24 @@ int pagesOf(const fs::path& file) {
     } catch (const FileError&) {
         return 1;  // said when its turn comes
     }
+}
+
+/// "page", or "page.jpg" where two files share a stem; without repetition.
+std::vector<std::string> baseNames(const std::vector<fs::path>& files) {
+    std::map<std::string, int> uses;
+    for (const fs::path& file : files)
+        ++uses[file.stem().string()];
+    std::vector<std::string> names;
+    std::set<std::string> taken;
+    for (const fs::path& file : files) {
+        const bool shared = uses[file.stem().string()] > 1;
+        const std::string base = (shared ? file.filename() : file.stem()).string();
+        std::string name = base;
+        for (int n = 2; !taken.insert(name).second; ++n)
+            name = base + "-" + std::to_string(n);
+        names.push_back(name);
+    }
+    return names;
 }
 
 /// "scan-007" of 120 pages.
@@ -52,20 +72,24 @@ class Names {
 }  // namespace
 
 std::string PlannedPage::title() const {
-    const std::string shown = file.filename().string();
+    const std::string shown = inOneLine(file.filename().string());
     return pageCount == 1 ? shown : shown + ", page " + std::to_string(number);
+}
+
+std::string PlannedPage::path() const {
+    return (file.parent_path() / title()).string();
 }
 
 std::vector<PlannedPage> planPages(const std::vector<fs::path>& files,
                                    const std::vector<std::string>& suffixes) {
-    const std::vector<fs::path> bases = resultNames(files, "", "");
+    const std::vector<std::string> bases = baseNames(files);
     Names names(suffixes);
     std::vector<PlannedPage> pages;
     for (size_t i = 0; i < files.size(); ++i) {
         const int count = pagesOf(files[i]);
         for (int number = 1; number <= count; ++number)
-            pages.push_back({files[i], number, count,
-                             names.take(numberedName(bases[i].string(), number, count))});
+            pages.push_back(
+                {files[i], number, count, names.take(numberedName(bases[i], number, count))});
     }
     return pages;
 }

@@ -16,6 +16,8 @@ struct PlannedPage {
 
     /// "scan.tif", or "scan.tif, page 3".
     std::string title() const;
+    /// The same with the folder of the file.
+    std::string path() const;
 };
 
 /// Every page of every file. A file that cannot be opened stands there with one page.

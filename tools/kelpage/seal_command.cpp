@@ -23,10 +23,10 @@ void show(const Arguments& arguments, const Page& page, const Page& ink, const P
           const std::string& share, const std::string& time) {
     Report report(arguments.report, {arguments.input, arguments.config});
     const fs::path file = arguments.input;
-    Row row = Report::rowFor(file, page);
-    row.cells = {{report.addPicture(page, 1, file, "page"), "page", "as loaded", ""},
-                 {report.addPicture(ink, 1, file, "seal"), "seal", share, time},
-                 {report.addPicture(rest, 1, file, "rest"), "page without the seal",
+    Row row = report.rowFor(file.filename().string(), page);
+    row.cells = {{report.addPicture(page, file, "page"), "page", "as loaded", ""},
+                 {report.addPicture(ink, file, "seal"), "seal", share, time},
+                 {report.addPicture(rest, file, "rest"), "page without the seal",
                   "with the rim of its strokes", ""}};
     report.addRow(std::move(row));
     std::printf("%s\n", report.write("Seals", "Each page, its seal, and what is left.").c_str());

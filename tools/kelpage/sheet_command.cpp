@@ -7,37 +7,37 @@
 #include "commands.h"
 #include "kel_ImageBasicProcess.h"
 #include "methods.h"
-#include "page_files.h"
+#include "page_file.h"
 #include "progress.h"
 #include "report.h"
+#include "run_plan.h"
 
 namespace kelpage {
 namespace {
 
 /// Takes one page through grey and every method, and saves each result.
-Row rowOf(const fs::path& file, const Report& report, Progress& progress) {
-    progress.show(file.filename().string());
-    const size_t number = report.rowCount() + 1;
-    const Page source = loadPage(file);
-    Row row = Report::rowFor(file, source);
-    row.cells.push_back(
-        {report.addPicture(source, number, file, "source"), "source", "as loaded", ""});
+Row rowOf(const PlannedPage& which, Report& report, Progress& progress) {
+    const fs::path& file = which.file;
+    progress.show(which.title());
+    const Page source = PageFile(file).load(which.number);
+    Row row = report.rowFor(which.title(), source);
+    row.cells.push_back({report.addPicture(source, file, "source"), "source", "as loaded", ""});
 
     Page grey = makePage(source.size, 1);
     const std::string greyTime = timed([&] {
         KelColorConvert(source.samples.get(), source.size, source.channels, grey.samples.get(),
                         source.size, 1);
     });
-    row.cells.push_back({report.addPicture(grey, number, file, "grey"), "grey",
+    row.cells.push_back({report.addPicture(grey, file, "grey"), "grey",
                          source.channels == 3 ? "exact luminance" : "plane copy", greyTime});
 
     for (const Method& method : methods()) {
-        progress.show(file.filename().string() + ": " + method.name);
+        progress.show(which.title() + ": " + method.name);
         try {
             Page result;
             const std::string time = timed([&] { result = binarize(source, method.usual); });
-            row.cells.push_back({report.addPicture(result, number, file, method.name),
-                                 method.title(), levelText(source, method.usual), time});
+            row.cells.push_back({report.addPicture(result, file, method.name), method.title(),
+                                 levelText(source, method.usual), time});
         } catch (const NoLevel& none) {
             row.cells.push_back({"", method.title(), none.what(), ""});
         }
@@ -58,13 +58,14 @@ int run(const std::vector<std::string>& names, const fs::path& folder) {
     }
 
     bool failed = inputs.failures > 0;
-    Progress progress(files.size());
-    for (const fs::path& file : files) {
+    const std::vector<PlannedPage> pages = planPages(files, {});
+    Progress progress(pages.size());
+    for (const PlannedPage& which : pages) {
         try {
-            report->addRow(rowOf(file, *report, progress));
+            report->addRow(rowOf(which, *report, progress));
         } catch (const std::exception& error) {
             progress.clear();
-            reportError(file, reasonOf(error));
+            reportError(which.path(), reasonOf(error));
             failed = true;
         }
         progress.step();

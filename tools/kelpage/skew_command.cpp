@@ -5,6 +5,8 @@
 
 #include "areas_of_page.h"
 #include "commands.h"
+#include "page_file.h"
+#include "run_plan.h"
 #include "skew_of_page.h"
 
 namespace kelpage {
@@ -19,22 +21,23 @@ struct Arguments {
 int run(const Arguments& arguments) {
     const Inputs inputs = collectFiles(arguments.inputs);
     size_t failures = inputs.failures;
-    const auto names = resultNames(inputs.files, arguments.plots);
     try {
         if (!arguments.plots.empty()) makeFolder(arguments.plots);
     } catch (const FileError& error) {
         reportError(arguments.plots, error.what());
         return 1;
     }
-    for (size_t i = 0; i < inputs.files.size(); ++i) {
+    for (const PlannedPage& which : planPages(inputs.files, {})) {
         try {
-            const Skew skew = skewOf(inkOf(loadPage(inputs.files[i])), arguments.search);
-            std::printf("%s: %s\n", inputs.files[i].filename().c_str(), skew.text().c_str());
+            const Page page = PageFile(which.file).load(which.number);
+            const Skew skew = skewOf(inkOf(page), arguments.search);
+            std::printf("%s: %s\n", which.title().c_str(), skew.text().c_str());
             std::fflush(stdout);
             if (!arguments.plots.empty() && !skew.scores.empty())
-                savePage(plotOf(skew, arguments.search), names[i], inputs.files);
+                savePage(plotOf(skew, arguments.search),
+                         fs::path(arguments.plots) / (which.name + ".png"), inputs.files);
         } catch (const std::exception& error) {
-            reportError(inputs.files[i], reasonOf(error));
+            reportError(which.path(), reasonOf(error));
             ++failures;
         }
     }

@@ -39,7 +39,8 @@ class Strips {
     /// The sum of squared differences of neighbouring bins.
     double score(double degrees) const {
         const double slope = std::tan(degrees * 3.14159265358979 / 180.0);
-        const int reach = static_cast<int>(std::abs(slope) * size_.width) / 2 + 2;
+        // The middle of the last strip may lie beyond the page.
+        const int reach = static_cast<int>(std::abs(slope) * (size_.width / 2.0 + kStripWidth)) + 2;
         std::vector<int> bins(static_cast<size_t>(size_.height + 2 * reach));
         for (size_t i = 0; i < strips_.size(); ++i) {
             const double x = (static_cast<double>(i) + 0.5) * kStripWidth - size_.width / 2.0;
