@@ -10,6 +10,7 @@
 #include <cstring>
 #include <exception>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "ConfigFile.h"
@@ -70,13 +71,17 @@ void segment(kelHSVSegConfig config) {
     }
 }
 
+std::string_view bytesOf(const kelHSVSegConfig& config) {
+    return {reinterpret_cast<const char*>(&config), sizeof config};
+}
+
 void readSettings(const std::string& path, int colour) {
     kelHSVSegConfig before, config;
     std::memset(&before, 7, sizeof before);  // padding too, since all bytes are compared
     std::memcpy(&config, &before, sizeof before);
     const int result = KelReadHSVSegmentConfig(path.c_str(), &config, colour);
     if (result == 0) return segment(config);
-    require(result == 3 && std::memcmp(&config, &before, sizeof config) == 0);
+    require(result == 3 && bytesOf(config) == bytesOf(before));
 }
 
 }  // namespace

@@ -31,14 +31,10 @@ struct Range {
 };
 
 Range rangeOf(const std::string& text) {
+    const bool isOne = text.find('-') == std::string::npos;
     Range range;
-    int end = 0;
-    if (std::sscanf(text.c_str(), "%6d%n", &range.first, &end) == 1 &&
-        static_cast<size_t>(end) == text.size() && range.first >= 1) {
-        range.last = range.first;
-        return range;
-    }
-    if (!parsePair(text, '-', range.first, range.last) || range.last < range.first)
+    if (!parsePair(isOne ? text + "-" + text : text, '-', range.first, range.last) ||
+        range.last < range.first)
         throw CLI::ValidationError("--pages", "must be like 3 or 2-5");
     return range;
 }
