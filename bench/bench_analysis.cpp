@@ -137,7 +137,8 @@ void addSkewRows(const PageSet& page, const char* name, const std::shared_ptr<By
 /// What the search by angles does to each pixel of ink, without its scores.
 void visitInkPlainly(const Bytes& page, kelSize size, int steps, std::vector<int>& bins) {
     const auto [w, h] = size;
-    const double half = static_cast<double>(bins.size() / 2);
+    const int centreX = w / 2, centreY = h / 2;
+    const auto half = static_cast<int>(bins.size() / 2);
     for (int i = 1; i <= steps; ++i) {
         const double theta = i * kRange / steps * CV_PI / 180.0;
         const double sine = std::sin(theta), cosine = std::cos(theta);
@@ -145,7 +146,7 @@ void visitInkPlainly(const Bytes& page, kelSize size, int steps, std::vector<int
         for (int y = 0; y < h; ++y)
             for (int x = 0; x < w; ++x)
                 if (*sample++ == 255) {
-                    const double across = (x - w / 2) * sine, down = (y - h / 2) * cosine;
+                    const double across = (x - centreX) * sine, down = (y - centreY) * cosine;
                     ++bins[static_cast<size_t>(across + down + half)];
                     ++bins[static_cast<size_t>(-across + down + half)];
                 }

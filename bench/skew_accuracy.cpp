@@ -47,8 +47,7 @@ GreyPage turned(const GreyPage& page, double degrees) {
     const auto [w, h] = page.size;
     const cv::Mat matrix = cv::getRotationMatrix2D(
         {static_cast<float>(w) / 2, static_cast<float>(h) / 2}, -degrees, 1.0);
-    const cv::Mat from(h, w, CV_8UC1, const_cast<unsigned char*>(page.samples.data()));
-    const cv::Mat to(h, w, CV_8UC1, result.samples.data());
+    const cv::Mat to(h, w, CV_8UC1, result.samples.data()), from = to.clone();
     cv::warpAffine(from, to, matrix, from.size(), cv::INTER_CUBIC, cv::BORDER_CONSTANT,
                    cv::Scalar(255));
     return result;
@@ -134,7 +133,7 @@ int main(int argc, char** argv) {
             std::fprintf(stderr, "%s: not a page and its skew, PAGE=DEGREES\n", argv[i]);
             return 1;
         }
-        const double skew = std::atof(argument.c_str() + equals + 1);
+        const double skew = std::strtod(argument.c_str() + equals + 1, nullptr);
         ErrorsOfAll errors(std::size(kFinders));
         measure(page, skew, errors);
         if (skew == 0.0)

@@ -77,7 +77,7 @@ void InkTable::tabulateBand(const unsigned char* image, int band) {
         InkedRows& inked = inkedRows_[tilesBefore + tile];
         for (int y = rows; y-- > 0;) {
             const uint16_t total = totals[tile * kBandRows + static_cast<size_t>(y)];
-            rowTotals_[static_cast<size_t>(firstRow + y)] += total;
+            rowTotals_[static_cast<size_t>(firstRow) + static_cast<size_t>(y)] += total;
             if (total == 0) continue;
             inked.first = y;
             if (inked.end == 0) inked.end = y + 1;

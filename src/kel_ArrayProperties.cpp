@@ -34,7 +34,8 @@ int KelCal1DArrayErr(int* array, int arrLen, double* err, bool calcAver, int ave
         const uint32_t difference = static_cast<uint32_t>(array[i]) - static_cast<uint32_t>(aver);
         sum += static_cast<int32_t>(difference) < 0 ? 0U - difference : difference;
     }
-    *err = static_cast<int32_t>(sum) / arrLen;
+    const int whole = static_cast<int32_t>(sum) / arrLen;  // truncated
+    *err = whole;
     return 0;
 }
 

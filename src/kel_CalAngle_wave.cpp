@@ -111,12 +111,13 @@ class AnglePair {
         down_.clear();
         if (!std::isfinite(theta)) return;  // of a range that isn't
         const double sine = std::sin(theta), cosine = std::cos(theta);
+        const int centreX = size_.width / 2, centreY = size_.height / 2;
         slopes_.resize(static_cast<size_t>(std::max(size_.width, 0)));
         for (int x = 0; x < size_.width; ++x)
-            slopes_[static_cast<size_t>(x)] = (x - size_.width / 2) * sine;
+            slopes_[static_cast<size_t>(x)] = (x - centreX) * sine;
         const int half = up_.size() / 2;
         runs_.forEach([&](int y, Run run) {
-            const double down = (y - size_.height / 2) * cosine;
+            const double down = (y - centreY) * cosine;
             const double* const slope = slopes_.data();
             up_.addRun(run.begin, run.end - 1,
                        [&](int x) { return static_cast<int>(slope[x] + down + half); });
