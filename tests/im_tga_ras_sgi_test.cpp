@@ -5,7 +5,7 @@ using namespace test;
 
 namespace {
 
-/// A TGA file of 2x2; data and map specification are hexadecimal.
+/// A TGA file of 2x2; the data and the fields of the colour map are hexadecimal.
 Bytes tga(int type, int depth, int descriptor, const std::string& data,
           const std::string& map = "0000 0000 00", int idBytes = 0) {
     return number(1, idBytes) + number(1, map.substr(10) == "00" ? 0 : 1) + number(1, type) +
