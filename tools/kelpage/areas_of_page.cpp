@@ -11,16 +11,11 @@ Page inkOf(const Page& page) {
     if (isBlackAndWhite(page)) return blackOnWhite(page);  // the same turn
     Settings settings;
     settings.invert = true;
-    Page ink = binarize(page, settings);
-    ink.xDpi = page.xDpi;
-    ink.yDpi = page.yDpi;
-    return ink;
+    return binarize(page, settings);
 }
 
 Page blackOnWhite(const Page& ink) {
-    Page page = makePage(ink.size, 1);
-    page.xDpi = ink.xDpi;
-    page.yDpi = ink.yDpi;
+    Page page = makePageLike(ink, 1);
     std::transform(ink.samples.get(), ink.samples.get() + ink.planeBytes(), page.samples.get(),
                    [](unsigned char sample) { return static_cast<unsigned char>(255 - sample); });
     return page;

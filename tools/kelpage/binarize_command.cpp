@@ -26,13 +26,9 @@ void addBinarize(CLI::App& app, int& status) {
     command->callback([arguments, &status] {
         Settings settings = settingsOf(arguments->method);
         settings.invert = arguments->invert;
-        status = runBatch(arguments->batch, collectFiles(arguments->batch.inputs),
-                          [&settings](const Page& page, const PlannedPage&) {
-                              Page result = binarize(page, settings);
-                              result.xDpi = page.xDpi;
-                              result.yDpi = page.yDpi;
-                              return result;
-                          });
+        status = runBatch(
+            arguments->batch, collectFiles(arguments->batch.inputs),
+            [&settings](const Page& page, const PlannedPage&) { return binarize(page, settings); });
     });
 }
 

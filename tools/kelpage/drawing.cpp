@@ -8,9 +8,7 @@
 namespace kelpage {
 
 Page inColour(const Page& page) {
-    Page colour = makePage(page.size, 3);
-    colour.xDpi = page.xDpi;
-    colour.yDpi = page.yDpi;
+    Page colour = makePageLike(page, 3);
     KelColorConvert(page.samples.get(), page.size, page.channels, colour.samples.get(), page.size,
                     3);
     return colour;

@@ -94,9 +94,7 @@ std::vector<Step> stepsOf(const Arguments& a) {
 }
 
 Page stepped(const Step& step, const Page& page) {
-    Page result = makePage(page.size, page.channels);
-    result.xDpi = page.xDpi;
-    result.yDpi = page.yDpi;
+    Page result = makePageLike(page, page.channels);
     step.work(page, result);
     return result;
 }

@@ -53,7 +53,7 @@ Page greyOf(const Page& source) {
 /// The iterated level, and the page by it.
 Page iterated(const Page& source, const Settings& settings, unsigned char* level) {
     const Page grey = greyOf(source);
-    Page result = makePage(source.size, 1);
+    Page result = makePageLike(source, 1);
     const int code =
         settings.method == kIteratedPart
             ? KelBinarize_qifa_WholeAndPart(grey.samples.get(), grey.size, result.samples.get(),
@@ -71,7 +71,7 @@ Page byOwnCall(const Page& source, const Settings& settings, bool* inkIsWhite) {
     *inkIsWhite = settings.method == kOtsuMean || isGreyAdjust(settings.method);
     if (settings.method == kIterated || settings.method == kIteratedPart)
         return iterated(source, settings, &level);
-    Page result = makePage(source.size, 1);
+    Page result = makePageLike(source, 1);
     if (isGreyAdjust(settings.method)) {
         kel_BinaryImageByGreyAdjust(
             source.samples.get(), source.size.width, source.size.height, source.channels,
@@ -178,7 +178,7 @@ Page binarize(const Page& source, const Settings& settings) {
             KelBinarizeThreshold(result.samples.get(), result.samples.get(), result.size, 127, 1);
         return result;
     }
-    Page result = makePage(source.size, 1);
+    Page result = makePageLike(source, 1);
     // The local methods' polarity runs against that of the global ones.
     const bool isOpp = settings.invert != isLocal(settings.method);
     const int code = KelBinarizeImage(source.samples.get(), source.channels, result.samples.get(),

@@ -46,6 +46,13 @@ Page makePage(kelSize size, int channels) {
     return page;
 }
 
+Page makePageLike(const Page& page, int channels) {
+    Page like = makePage(page.size, channels);
+    like.xDpi = page.xDpi;
+    like.yDpi = page.yDpi;
+    return like;
+}
+
 Page loadPage(const fs::path& file) {
     PageFile source(file);
     const int count = source.pageCount();

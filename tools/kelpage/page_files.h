@@ -45,6 +45,8 @@ struct Page {
 
 /// A page with room for `channels` planes.
 Page makePage(kelSize size, int channels);
+/// The same, of the size and resolution of another.
+Page makePageLike(const Page& page, int channels);
 
 /// Reads the first page of an image file, as PageFile::load() does, and says so where the file has
 /// several.

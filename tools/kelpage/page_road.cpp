@@ -71,14 +71,12 @@ class Road {
             settings.invert = true;
             ink_ = binarize(source, settings);
         } catch (const NoLevel&) {
-            ink_ = makePage(source.size, 1);
+            ink_ = makePageLike(source, 1);
             std::memset(ink_.samples.get(), 255, ink_.planeBytes());
             if (inkShare(ink_, source) >= options_.blankInk) throw;
             std::memset(ink_.samples.get(), 0, ink_.planeBytes());
             result_.level = "none: the page is empty";
         }
-        ink_.xDpi = source.xDpi;
-        ink_.yDpi = source.yDpi;
     }
 
     void findSkew() {
@@ -117,15 +115,11 @@ class Road {
 
     void separateSeal() {
         kelHSVSegConfig config = *options_.seal;
-        Page mask = makePage(page_.colour.size, 1);
+        Page mask = makePageLike(page_.colour, 1);
         KelSegementImage_hsv_param(page_.colour.samples.get(), page_.colour.size,
                                    mask.samples.get(), &config);
-        mask.xDpi = page_.colour.xDpi;
-        mask.yDpi = page_.colour.yDpi;
         result_.seal = shareOf(mask);
         withoutSeal_ = withoutSeal(page_.colour, mask);
-        withoutSeal_.xDpi = mask.xDpi;
-        withoutSeal_.yDpi = mask.yDpi;
         page_.seal = blackOnWhite(mask);
         isChanged_ = true;
     }

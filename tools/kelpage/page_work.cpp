@@ -72,9 +72,7 @@ bool isSame(const Page& a, const Page& b) {
 }
 
 Page copyOf(const Page& page) {
-    Page copy = makePage(page.size, page.channels);
-    copy.xDpi = page.xDpi;
-    copy.yDpi = page.yDpi;
+    Page copy = makePageLike(page, page.channels);
     std::copy_n(page.samples.get(), page.planeBytes() * static_cast<size_t>(page.channels),
                 copy.samples.get());
     return copy;

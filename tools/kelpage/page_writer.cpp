@@ -19,7 +19,7 @@ const char* nameOf(Compression compression) {
 }
 
 Page greyOf(const Page& page) {
-    Page grey = makePage(page.size, 1);
+    Page grey = makePageLike(page, 1);
     KelColorConvert(page.samples.get(), page.size, page.channels, grey.samples.get(), page.size, 1);
     return grey;
 }

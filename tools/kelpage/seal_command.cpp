@@ -36,7 +36,7 @@ void show(const Arguments& arguments, const Page& page, const Page& ink, const P
 void segment(const Arguments& arguments, kelHSVSegConfig& config, fs::path& atFault) {
     const Page page = loadPage(arguments.input);
     if (page.channels != 3) throw FileError("is a grey page, without colours");
-    Page mask = makePage(page.size, 1);
+    Page mask = makePageLike(page, 1);
     const std::string time = timed([&] {
         KelSegementImage_hsv_param(page.samples.get(), page.size, mask.samples.get(), &config);
     });

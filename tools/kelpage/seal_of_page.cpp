@@ -39,7 +39,7 @@ kelHSVSegConfig sealSettings(const fs::path& file, const std::string& colour) {
 
 Page withoutSeal(const Page& page, const Page& mask) {
     constexpr int kFaintChroma = 8, kFaintLevel = 120;
-    Page out = makePage(page.size, page.channels);
+    Page out = makePageLike(page, page.channels);
     const size_t bytes = page.planeBytes();
     std::copy_n(page.samples.get(), 3 * bytes, out.samples.get());
     const std::vector<unsigned char> near = widened(mask);
